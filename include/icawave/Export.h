@@ -1,0 +1,4 @@
+// Marks what the dynamic library offers; everything else stays hidden.
+#pragma once
+
+#define ICAWAVE_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,92 @@
+// Files on disk and in memory, as an archive reads and writes them. A host may derive its own from either.
+//
+//     CFile file;
+//     if (!file.Open("trials.icpkg", CFile::modeRead)) return;    // missing, not permitted, a directory
+//     CArchive archive(&file, CArchive::load);
+#pragma once
+
+#include <icawave/platform/String.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+// A file on disk, opened for reading or for writing, with a buffer of its own so that small pieces cost no
+// system call each.
+//
+// Positions and counts are bytes. Whatever the system refuses raises CFileException with the file's name. The
+// destructor closes; bytes that are still in the buffer then are written once and a failure is reported as a
+// message, but discarded while an exception unwinds.
+class ICAWAVE_EXPORT CFile {
+public:
+    enum OpenFlags : std::uint32_t {
+        modeRead = 0x0000,
+        modeWrite = 0x0001,
+        modeCreate = 0x1000, // with modeWrite: creates the file, or empties the one that is there
+    };
+    enum SeekPosition : std::uint32_t { begin = 0, current = 1, end = 2 };
+
+    CFile() noexcept;
+    virtual ~CFile();
+    CFile(const CFile&) = delete;
+    CFile& operator=(const CFile&) = delete;
+
+    // False when the file cannot be opened, and for a directory; the object is then closed. A file that was
+    // open is closed first.
+    bool Open(CString path, std::uint32_t flags);
+    CString GetFilePath() const { return m_path; } // as given to Open; empty for a file without one
+
+    virtual std::int64_t Read(void* buffer,
+                              std::int64_t count); // the bytes read: fewer than count only at the end
+    virtual void Write(const void* buffer, std::int64_t count);
+    virtual void Flush(); // hands the buffered bytes to the system; does not wait for the disk
+    virtual std::int64_t Seek(std::int64_t offset, std::uint32_t from); // the new position
+    virtual std::int64_t GetPosition() const;
+    virtual std::int64_t GetLength() const; // what is still buffered for writing included
+    virtual void Close();                   // flushes; the object is closed also when that fails
+
+private:
+    [[noreturn]] void raise(int systemError) const;
+    std::int64_t readSome(void* buffer, std::int64_t count);
+    void writeAll(const std::byte* bytes, std::int64_t count);
+    void allocateBuffer();
+
+    int m_descriptor = -1;
+    bool m_writing = false;
+    int m_unwinding; // exceptions in flight when the object was made
+    CString m_path;
+    std::int64_t m_position =
+        0; // of the descriptor: behind the bytes read ahead, before those yet to be written
+    std::unique_ptr<std::byte[]> m_buffer;
+    std::int64_t m_next = 0;   // reading: the first byte not yet handed out; writing: the bytes gathered
+    std::int64_t m_filled = 0; // reading: the end of the bytes read ahead
+};
+
+// A file in memory: growable when default-constructed, else a view for reading of bytes that stay the
+// caller's.
+class ICAWAVE_EXPORT CMemFile : public CFile {
+public:
+    CMemFile() noexcept = default;
+    CMemFile(const void* bytes, std::size_t size) noexcept
+        : m_view(static_cast<const std::byte*>(bytes), size), m_readOnly(true) {}
+
+    // The whole contents; invalid after the next write.
+    std::span<const std::byte> bytes() const noexcept { return m_readOnly ? m_view : std::span(m_bytes); }
+
+    std::int64_t Read(void* buffer, std::int64_t count) override;
+    void Write(const void* buffer,
+               std::int64_t count) override; // the view refuses: CFileException, accessDenied
+    void Flush() override {}
+    std::int64_t Seek(std::int64_t offset, std::uint32_t from) override;
+    std::int64_t GetPosition() const override { return m_offset; }
+    std::int64_t GetLength() const override { return static_cast<std::int64_t>(bytes().size()); }
+    void Close() override {}
+
+private:
+    std::vector<std::byte> m_bytes;
+    std::span<const std::byte> m_view;
+    bool m_readOnly = false;
+    std::int64_t m_offset = 0;
+};

@@ -1,0 +1,69 @@
+// FACEICA = text "FACEICA", i32 20161108, list, own
+// list    = i32 current index, i32 slots, slots x (i32 0 | i32 1, TRIALICADATA)
+// own     = i32 type, text name, text info, byte shown
+#include <icawave/FaceIca.h>
+
+#include "package/DataSetOwner.h"
+#include "persist/Exchange.h"
+#include "persist/Storable.h"
+
+using icawave::exchange;
+
+namespace {
+
+constexpr std::int32_t version20161108 = 20161108;
+
+} // namespace
+
+bool icawave::isStorable(const CFaceIca& package) {
+    for (std::int64_t k = 0; k < package.m_icaDataArray.GetSize(); ++k) {
+        const auto* dataSet = static_cast<const CTrialIcaDatazq*>(package.m_icaDataArray[k]);
+        if (dataSet && !isStorable(*dataSet)) return false;
+    }
+    return true;
+}
+
+std::int32_t CFaceIca09File::serialize(CArchive& archive) {
+    const CArchive::Record record(archive, "FACEICA");
+    if (archive.IsStoring() && record.isOutermost())
+        icawave::requireStorable(archive, icawave::isStorable(*this));
+    const auto version =
+        icawave::exchangeFrame(archive, "FACEICA", version20161108, "Unknown face ICA file!");
+    if (!version) return 0;
+    if (*version != version20161108) return archive.reject("Face ICA data format error!");
+    return icawave::finishRecord(archive, serialize20161108(archive));
+}
+
+std::int32_t CFaceIca09File::serialize20161108(CArchive& archive) {
+    return _01SerializeIcaDataPA(archive) && _03SerializeOthers(archive) ? 1 : 0;
+}
+
+std::int32_t CFaceIca09File::_01SerializeIcaDataPA(CArchive& archive) {
+    if (archive.IsLoading()) cleanIcaFace();
+    std::int32_t slots = count();
+    exchange(archive, m_curntIcaDataSetID, slots);
+    for (std::int32_t k = 0; k < slots; ++k) {
+        CTrialIcaDatazq* stored = archive.IsStoring() ? entry(k) : nullptr;
+        std::int32_t present = stored != nullptr;
+        exchange(archive, present);
+        if (present == 0) continue;
+        if (stored) {
+            stored->serialize(archive);
+            continue;
+        }
+        icawave::DataSetOwner loaded = icawave::newDataSet();
+        if (!loaded) {
+            archive.noteFault("not enough memory for a data set");
+            return 0;
+        }
+        loaded->serialize(archive); // a data set whose record failed has shown why, and stays
+        m_icaDataArray.Add(loaded.get());
+        loaded.release();
+    }
+    return 1;
+}
+
+std::int32_t CFaceIca09File::_03SerializeOthers(CArchive& archive) {
+    exchange(archive, m_pkgType, m_pkgName, m_pkgInfo, m_pkgShow);
+    return 1;
+}

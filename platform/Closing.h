@@ -1,0 +1,27 @@
+// What a destructor does with bytes that were never written out.
+#pragma once
+
+#include <icawave/platform/Exception.h>
+#include <icawave/platform/Message.h>
+
+#include <exception>
+
+namespace icawave {
+
+// Runs close() once and shows a failure as a message, since a destructor cannot raise it. Does nothing while
+// an exception unwinds that was not in flight when the object was made (`unwinding` exceptions were): what it
+// interrupted is not worth keeping.
+template <class Close>
+void closeInDestructor(int unwinding, Close&& close) noexcept {
+    if (std::uncaught_exceptions() > unwinding) return;
+    try {
+        try {
+            close();
+        } catch (const CException& failure) {
+            AfxMessageBox(failure.what());
+        }
+    } catch (...) { // the message could not be shown either
+    }
+}
+
+} // namespace icawave

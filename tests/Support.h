@@ -1,0 +1,160 @@
+// What the tests share: objects whose values encode their own index, records as bytes, and bytes that end
+// where their heap block ends.
+#pragma once
+
+#include <icawave/icawave.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+// How failures print a text.
+inline void PrintTo(const CString& text, std::ostream* out) {
+    *out << '"' << text.utf8() << '"';
+}
+
+namespace test {
+
+using Bytes = std::vector<std::byte>;
+
+// A loading archive over a heap block of exactly the bytes' size, so that the address sanitizer sees a read
+// past their end.
+class Reader {
+public:
+    explicit Reader(const Bytes& bytes, std::int32_t bufferSize = 4096)
+        : m_block(new std::byte[bytes.size()]), m_file(copy(bytes), bytes.size()),
+          archive(&m_file, CArchive::load, bufferSize) {}
+
+private:
+    const std::byte* copy(const Bytes& bytes) {
+        std::copy(bytes.begin(), bytes.end(), m_block.get());
+        return m_block.get();
+    }
+    std::unique_ptr<std::byte[]> m_block;
+    CMemFile m_file;
+
+public:
+    CArchive archive;
+};
+
+inline Bytes contents(const CMemFile& file) {
+    return {file.bytes().begin(), file.bytes().end()};
+}
+
+template <class T>
+Bytes stored(T& object, std::int32_t bufferSize = 4096) {
+    CMemFile file;
+    CArchive archive(&file, CArchive::store, bufferSize);
+    EXPECT_EQ(object.serialize(archive), 1);
+    archive.Close();
+    return contents(file);
+}
+
+// What came of loading: the messages shown, the result or the exception's text, and where the first fault
+// lies.
+struct Outcome {
+    std::vector<CString> messages;
+    std::int32_t result = -1; // -1: an exception came
+    std::string exception;
+    std::optional<icawave::ArchiveFault> fault;
+};
+
+template <class T>
+Outcome load(T& object, const Bytes& bytes, std::int32_t bufferSize = 4096) {
+    Outcome outcome;
+    icawave::ScriptedFrontEnd ui;
+    Reader reader(bytes, bufferSize);
+    try {
+        outcome.result = object.serialize(reader.archive);
+    } catch (const CException& e) {
+        outcome.exception = e.what();
+    }
+    outcome.messages = ui.messages;
+    outcome.fault = reader.archive.firstFault();
+    return outcome;
+}
+
+// A file whose n-th operation (reads, writes and flushes, counted from 0) and all later ones fail as on a
+// full disk.
+class FailingFile : public CMemFile {
+public:
+    explicit FailingFile(int operations) : m_left(operations) {}
+    std::int64_t Read(void* buffer, std::int64_t count) override {
+        use();
+        return CMemFile::Read(buffer, count);
+    }
+    void Write(const void* buffer, std::int64_t count) override {
+        use();
+        CMemFile::Write(buffer, count);
+    }
+    void Flush() override { use(); }
+
+private:
+    void use() {
+        if (m_left-- <= 0) AfxThrowFileException(CFileException::diskFull);
+    }
+    int m_left;
+};
+
+// Owns a data set as a package does.
+struct DestroyDataSet {
+    void operator()(CTrialIcaDatazq* dataSet) const {
+        dataSet->cleanSnsIcaData();
+        dataSet->cleanIcaParam();
+        delete dataSet;
+    }
+};
+using DataSet = std::unique_ptr<CTrialIcaDatazq, DestroyDataSet>;
+
+inline DataSet newDataSet() {
+    return DataSet(new CTrialIcaDatazq);
+}
+
+// Channels of given values; channel k's sample i of `countingDataSet` is 100 k + i.
+inline DataSet dataSetOf(const std::vector<std::vector<double>>& channels) {
+    DataSet dataSet = newDataSet();
+    dataSet->checkInitSnsIcaData(static_cast<std::int64_t>(channels.size()),
+                                 static_cast<std::int64_t>(channels[0].size()), true);
+    for (std::size_t k = 0; k < channels.size(); ++k)
+        dataSet->m_chnlIcaData[k].copy2Mtx(channels[k].data(), static_cast<std::int64_t>(channels[k].size()));
+    return dataSet;
+}
+
+inline DataSet countingDataSet(int nChnl, int nSample) {
+    std::vector<std::vector<double>> channels(static_cast<std::size_t>(nChnl));
+    for (int k = 0; k < nChnl; ++k) {
+        for (int i = 0; i < nSample; ++i) channels[static_cast<std::size_t>(k)].push_back(100.0 * k + i);
+    }
+    return dataSetOf(channels);
+}
+
+inline std::vector<double> values(const CChnlIcaData& channel) {
+    return {channel.m_data, channel.m_data + channel.m_size};
+}
+
+// The rows of a row-major matrix, as the library takes them.
+class Rows {
+public:
+    Rows(std::vector<double> values, std::size_t columns) : m_values(std::move(values)) {
+        for (std::size_t k = 0; k < m_values.size(); k += columns) m_rows.push_back(&m_values[k]);
+    }
+    const double* const* get() const { return m_rows.data(); }
+
+private:
+    std::vector<double> m_values;
+    std::vector<const double*> m_rows;
+};
+
+// While it lives, the n-th allocation from now (from 0) fails, and no other. Defined in Allocations.cpp.
+class FailAllocation {
+public:
+    explicit FailAllocation(long n);
+    ~FailAllocation();
+    bool failed() const; // whether that allocation was reached
+};
+
+} // namespace test

@@ -1,0 +1,129 @@
+#include "tests/Support.h"
+
+using test::values;
+using Values = std::vector<double>;
+
+namespace {
+
+void fill(CChnlIcaData& channel, const Values& v) {
+    channel.copy2Mtx(v.data(), static_cast<std::int64_t>(v.size()));
+}
+
+TEST(ChannelBuffers, StartEmptyShownAndNamed) {
+    CChnlIcaDatazq channel;
+    EXPECT_EQ(channel.getData(), nullptr);
+    EXPECT_EQ(channel.getSize(), 0);
+    EXPECT_EQ(channel.m_show, 1);
+    EXPECT_EQ(channel.m_chnlName, u"ICA");
+    EXPECT_EQ(channel.m_projectCurrent, 0);
+    EXPECT_EQ(channel.cleanProjectData(), 1);
+    EXPECT_EQ(channel.m_projectCurrent, -1);
+}
+
+TEST(ChannelBuffers, SizingKeepsABufferThatFits) {
+    CChnlIcaDatazq channel;
+    double* buffer = channel.checkInitData(5, true);
+    EXPECT_EQ(values(channel), Values(5));
+    buffer[2] = 7.0;
+    channel.m_currentPt = 3;
+    EXPECT_EQ(channel.checkInitData(5, false), buffer);
+    EXPECT_EQ(values(channel), (Values{0, 0, 7, 0, 0}));
+    EXPECT_EQ(channel.m_currentPt, 3);
+    EXPECT_EQ(channel.checkInitData(5, true), buffer);
+    EXPECT_EQ(values(channel), Values(5));
+    fill(channel, {1, 2, 3});
+    EXPECT_EQ(values(channel), (Values{1, 2, 3}));
+    EXPECT_EQ(channel.m_currentPt, 0);
+    EXPECT_EQ(channel.checkInitData(-1, true), nullptr);
+    EXPECT_EQ(channel.getData(), nullptr);
+    EXPECT_EQ(channel.getSize(), 0);
+    EXPECT_NE(channel.checkInitData(0, true), nullptr) << "no values is a size too";
+}
+
+TEST(ChannelBuffers, ResizingKeepsTheLeadingValues) {
+    CChnlIcaDatazq channel;
+    EXPECT_EQ(channel.resize(2), 1);
+    EXPECT_EQ(values(channel), Values(2));
+    fill(channel, {1, 2, 3, 4, 5});
+    channel.m_currentPt = 4;
+    double* before = channel.getData();
+    EXPECT_EQ(channel.resize(5), 1);
+    EXPECT_NE(channel.getData(), before) << "a new buffer also for the same size";
+    EXPECT_EQ(channel.m_currentPt, 0);
+    channel.resize(3);
+    EXPECT_EQ(values(channel), (Values{1, 2, 3}));
+    channel.resize(5);
+    EXPECT_EQ(values(channel), (Values{1, 2, 3, 0, 0}));
+    EXPECT_EQ(channel.resize(0), 1);
+    EXPECT_EQ(channel.getData(), nullptr);
+}
+
+TEST(ChannelBuffers, ChangeHandsWithoutBeingCopied) {
+    CChnlIcaDatazq channel;
+    fill(channel, {9});
+    channel.m_currentPt = 1;
+    auto* buffer = new double[2]{1, 2};
+    EXPECT_EQ(channel.setData(buffer, 2), 1);
+    EXPECT_EQ(channel.m_currentPt, 0);
+    channel.m_currentPt = 1;
+    EXPECT_EQ(channel.deRefData(), 1);
+    EXPECT_EQ(channel.getData(), nullptr);
+    EXPECT_EQ(channel.m_currentPt, 1);
+    EXPECT_EQ(buffer[1], 2.0);
+    delete[] buffer;
+}
+
+TEST(ChannelBuffers, BackupSurvivesWhateverHappensToTheData) {
+    icawave::ScriptedFrontEnd ui;
+    CChnlIcaDatazq channel;
+    EXPECT_EQ(channel.bkDataIn(), 0);
+    EXPECT_EQ(channel.bkDataInOut(), 0);
+    fill(channel, {1, 2, 3, 4, 5});
+    EXPECT_EQ(channel.bkDataIn(), 1);
+    channel.m_data[0] = 9;
+    channel.resize(2);
+    EXPECT_EQ(channel.bkDataInOut(), 1);
+    EXPECT_EQ(values(channel), (Values{1, 2, 3, 4, 5}));
+    for (const auto& [position, kept] : {std::pair{9, 4}, {-7, 0}, {2, 2}}) {
+        channel.m_currentPt = position;
+        channel.bkDataInOut();
+        EXPECT_EQ(channel.m_currentPt, kept);
+    }
+    channel.resize(3);
+    EXPECT_EQ(channel.bkDataIn(), 1);
+    EXPECT_EQ(channel.m_bkSize, 3);
+    channel.cleanData();
+    EXPECT_EQ(channel.bkDataIn(), 0) << "nothing to keep";
+    EXPECT_EQ(channel.m_bkData, nullptr) << "and the sizes differ";
+    EXPECT_TRUE(ui.messages.empty());
+}
+
+TEST(ChannelBuffers, SayWhatTheyKeepWhenMemoryRunsOut) {
+    icawave::ScriptedFrontEnd ui;
+    CChnlIcaDatazq channel;
+    const double more[] = {1, 2, 3, 4};
+    const auto failing = [](auto act) {
+        const test::FailAllocation failure(0);
+        return act();
+    };
+    fill(channel, {1, 2, 3});
+    EXPECT_EQ(failing([&] { return channel.resize(5); }), 0);
+    EXPECT_EQ(values(channel), (Values{1, 2, 3})) << "a failed resize keeps the data";
+    EXPECT_EQ(failing([&] { return channel.bkDataIn(); }), 0);
+    EXPECT_EQ(channel.m_bkSize, 0);
+    EXPECT_EQ(failing([&] { return channel.copy2Mtx(more, 4); }), 0);
+    EXPECT_EQ(channel.m_size, 0) << "a failed copy leaves no data";
+    fill(channel, {1, 2, 3});
+    EXPECT_EQ(failing([&] { return channel.checkInitData(2, true); }), nullptr);
+    EXPECT_EQ(channel.m_data, nullptr);
+    fill(channel, {1, 2, 3});
+    channel.bkDataIn();
+    channel.cleanData();
+    EXPECT_TRUE(ui.messages.empty());
+    EXPECT_EQ(failing([&] { return channel.bkDataInOut(); }), 0);
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0], "Not enough memory!");
+    EXPECT_EQ(channel.bkDataInOut(), 1) << "the backup is still there";
+}
+
+} // namespace

@@ -1,0 +1,274 @@
+#include "tests/Support.h"
+
+#include <cmath>
+#include <limits>
+
+using test::DataSet;
+using test::dataSetOf;
+using test::newDataSet;
+using test::Rows;
+using test::values;
+using Values = std::vector<double>;
+
+namespace {
+
+TEST(DataSet, NamesTheFourthInfoIntegerTwice) {
+    CTrialIcaDatazq dataSet;
+    dataSet.m_chnlTypeID = 2;
+    EXPECT_EQ(dataSet.m_icaInfo[3], 2);
+    dataSet.m_icaInfo[3] = 1;
+    const CTrialIcaDatazq copy = dataSet;
+    EXPECT_EQ(copy.m_chnlTypeID, 1);
+    CTrialIcaDatazq assigned;
+    assigned = dataSet;
+    assigned.m_chnlTypeID = 7;
+    EXPECT_EQ(assigned.m_icaInfo[3], 7);
+    EXPECT_EQ(dataSet.m_icaInfo[3], 1);
+    EXPECT_EQ(assigned.m_icaInfo[2] + assigned.m_icaInfo[4], 0);
+}
+
+TEST(DataSet, SizingKeepsOrRebuildsTheChannels) {
+    DataSet dataSet = newDataSet();
+    EXPECT_EQ(dataSet->m_selectEnd, 1);
+    EXPECT_EQ(dataSet->checkInitSnsIcaData(3, 100, true), 1);
+    EXPECT_EQ(dataSet->m_selectEnd, 0);
+    dataSet->m_chnlIcaData[1].m_data[99] = 5.0;
+    dataSet->m_selectIca = 2;
+    dataSet->setSelect(10, 20);
+    EXPECT_EQ(dataSet->checkInitSnsIcaData(3, 100, false), 1);
+    EXPECT_EQ(dataSet->m_chnlIcaData[1].m_data[99], 5.0);
+    EXPECT_EQ(dataSet->m_selectIca, 2);
+    EXPECT_EQ(dataSet->m_selectEnd, 20);
+    EXPECT_EQ(dataSet->checkInitSnsIcaData(3, 50, true), 1);
+    EXPECT_EQ(dataSet->m_selectIca + dataSet->m_selectBegin + dataSet->m_selectEnd, 0);
+    EXPECT_EQ(dataSet->m_chnlIcaData[2].getSize(), 50);
+    EXPECT_EQ(dataSet->checkInitSnsIcaData(0, 50, true), 0);
+    EXPECT_EQ(dataSet->m_chnlIcaData, nullptr);
+    EXPECT_EQ(dataSet->m_totalSample, 0);
+}
+
+// Counts without an array, as a file may bring them, and an array that holds other sizes than the data set
+// says.
+TEST(DataSet, SizingRepairsWhatAFileLeftInconsistent) {
+    DataSet dataSet = newDataSet();
+    dataSet->m_chnlTotal = 2;
+    dataSet->m_totalSample = 4;
+    dataSet->m_selectBegin = 2;
+    dataSet->m_selectEnd = 3;
+    EXPECT_EQ(dataSet->checkInitSnsIcaData(2, 4, true), 1);
+    EXPECT_EQ(dataSet->m_selectBegin, 0);
+    EXPECT_EQ(dataSet->m_selectEnd, 3);
+    dataSet->m_chnlIcaData[1].resize(9);
+    EXPECT_EQ(dataSet->checkInitSnsIcaData(2, 4, true), 1);
+    EXPECT_EQ(dataSet->m_chnlIcaData[1].getSize(), 4);
+}
+
+TEST(DataSet, AFailedSizingLeavesNoChannels) {
+    for (long n = 0;; ++n) {
+        DataSet dataSet = dataSetOf({{1, 2}, {3, 4}});
+        std::int32_t result;
+        bool reached;
+        {
+            const test::FailAllocation failure(n);
+            result = dataSet->checkInitSnsIcaData(3, 10, false);
+            reached = failure.failed();
+        }
+        EXPECT_EQ(result, reached ? 0 : 1);
+        EXPECT_EQ(dataSet->m_chnlIcaData == nullptr, reached);
+        EXPECT_EQ(dataSet->m_chnlTotal, reached ? 0 : 3);
+        if (!reached) {
+            EXPECT_EQ(n, 4) << "the array and three buffers";
+            break;
+        }
+    }
+}
+
+TEST(DataSet, TakesOverADecomposition) {
+    DataSet dataSet = newDataSet();
+    const Rows w({1, 2, 3, 4}, 2), v({5, 6, 7, 8}, 2), data({1, 2, 3, 4, 11, 12, 13, 14, 21, 22, 23, 24}, 4);
+    EXPECT_EQ(dataSet->getIcaParamzq(0), nullptr);
+    ASSERT_EQ(dataSet->addIcaData(3, 2, 4, w.get(), v.get(), data.get()), 1);
+    EXPECT_EQ(dataSet->m_chnlIcaData[2].m_chnlName, u"ICA3");
+    EXPECT_EQ(values(dataSet->m_chnlIcaData[1]), (Values{11, 12, 13, 14}));
+    CIcaParamzq* parameters = dataSet->getIcaParamzq(0);
+    ASSERT_NE(parameters, nullptr);
+    EXPECT_EQ(parameters->m_nIca, 3);
+    EXPECT_EQ(parameters->hasWunmix(), 1);
+    EXPECT_EQ(parameters->m_Wsecond.getDataPP()[1][0], 7.0);
+    const double* const gap[] = {data.get()[0], nullptr};
+    EXPECT_EQ(dataSet->addIcaData(2, 2, 4, w.get(), v.get(), gap), 0);
+    EXPECT_EQ(dataSet->m_chnlTotal, 3) << "nothing changed";
+    EXPECT_EQ(dataSet->addIcaData(0, 2, 4, w.get(), v.get(), nullptr), 0);
+    EXPECT_EQ(dataSet->m_chnlIcaData, nullptr);
+    EXPECT_EQ(parameters->m_nIca, 0);
+}
+
+TEST(DataSet, CountsStepsAndLatencies) {
+    constexpr auto lowest = std::numeric_limits<std::int64_t>::min(),
+                   highest = std::numeric_limits<std::int64_t>::max();
+    EXPECT_EQ(CTrialIcaData::getIcaTim(10, 3, 0), 5);
+    EXPECT_EQ(CTrialIcaData::getIcaTim(9, 3, 0), 4);
+    EXPECT_EQ(CTrialIcaData::getIcaTim(0, 3, 0), 1);
+    EXPECT_EQ(CTrialIcaData::getIcaTim(5, 3, 9), 1);
+    EXPECT_EQ(CTrialIcaData::getIcaTim(5, 0, 1), 0);
+    EXPECT_EQ(CTrialIcaData::getIcaTim(highest, highest, lowest), 4) << "2^64 - 1 is two steps and one";
+    CTrialIcaDatazq dataSet;
+    dataSet.m_sampleRate = 1000;
+    dataSet.m_anaLatencyBegin = -0.1;
+    EXPECT_DOUBLE_EQ(dataSet.getLatency4PtSecond(250), 0.15);
+    for (const auto& [selected, total, repaired] : {std::array{-2, 4, 0}, {4, 4, 3}, {2, 4, 2}, {0, 0, -1}}) {
+        dataSet.m_selectIca = selected;
+        dataSet.m_chnlTotal = total;
+        EXPECT_EQ(dataSet.checCorrectkSelectIca(), 0);
+        EXPECT_EQ(dataSet.m_selectIca, repaired);
+    }
+}
+
+TEST(DataSetValues, AreReadByIndexOrByTheCurrentChoice) {
+    DataSet dataSet = test::countingDataSet(3, 100);
+    dataSet->setSelect(10, 19);
+    dataSet->m_selectIca = 2;
+    EXPECT_EQ(dataSet->getValue(-1, -1), 210.0);
+    EXPECT_EQ(dataSet->getValue(1000, 0), 99.0);
+    EXPECT_EQ(dataSet->getValue(-5, 1), 100.0);
+    EXPECT_EQ(dataSet->getValue(5, 3), 0.0);
+    EXPECT_EQ(dataSet->getValue(5, -2), 0.0);
+    EXPECT_EQ(dataSet->getValueSelect(-1, -1, -1), 214.5);
+    EXPECT_EQ(dataSet->getValueSelect(10, 5, 0), 0.0);
+    EXPECT_EQ(dataSet->getValueSelect(-3, 2, 1), 101.0);
+    EXPECT_EQ(dataSet->getValueSelect(90, 500, 0), 94.5);
+    EXPECT_EQ(dataSet->getValueSelect(0, 1, 3), 0.0);
+    EXPECT_EQ(newDataSet()->getValue(0, 0), 0.0);
+}
+
+TEST(DataSetValues, RangesTakeTheFirstValueAndThenStrictlySmallerAndGreater) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    double min = 9, max = 9;
+    DataSet dataSet = dataSetOf({{1, -4, 2}, {3, 0, 0}});
+    EXPECT_EQ(dataSet->getIcaDataRange(min, max, false, 0, 2), 1);
+    EXPECT_EQ(std::pair(min, max), std::pair(-4.0, 3.0));
+    EXPECT_EQ(dataSet->m_dataMean, 1.0) << "the sum of all values by the number of channels";
+    EXPECT_EQ(dataSet->getIcaDataRange(min, max, true, 1, 1), 1);
+    EXPECT_EQ(std::pair(min, max), std::pair(-4.0, 0.0));
+    EXPECT_EQ(dataSet->m_dataMax, 3.0) << "the range form keeps the caches";
+    EXPECT_EQ(dataSet->getIcaDataRange(min, max, true, 2, 1), 1);
+    EXPECT_EQ(std::pair(min, max), std::pair(0.0, 0.0));
+    for (const bool select : {false, true}) {
+        min = max = 9;
+        EXPECT_EQ(dataSet->getIcaDataRange(min, max, select, 0, 3), 0);
+        EXPECT_EQ(std::pair(min, max), std::pair(0.0, 0.0));
+    }
+    EXPECT_EQ(dataSetOf({{1, nan, 2}})->getIcaDataRange(min, max, false, 0, 0), 1);
+    EXPECT_EQ(std::pair(min, max), std::pair(1.0, 2.0));
+    EXPECT_EQ(dataSetOf({{nan, 1, 2}})->getIcaDataRange(min, max, true, 0, 2), 1);
+    EXPECT_TRUE(std::isnan(min) && std::isnan(max));
+    EXPECT_EQ(dataSetOf({{0.0, -0.0}})->getIcaDataRange(min, max, true, 0, 1), 1);
+    EXPECT_FALSE(std::signbit(min)) << "equal values replace nothing";
+}
+
+TEST(Coherence, TravelsBetweenChannelsAndOneVectorForEachTimePoint) {
+    DataSet dataSet = test::countingDataSet(3, 4);
+    CMMatrix1Dzq* none = nullptr;
+    std::int64_t count = 0;
+    ASSERT_EQ(dataSet->getData2MCohTimSnsSns(none, count), 1);
+    const std::unique_ptr<CMMatrix1Dzq[]> vectors(none);
+    ASSERT_EQ(count, 4);
+    EXPECT_EQ(Values(vectors[2].getData(), vectors[2].getData() + 3), (Values{2, 102, 202}));
+
+    DataSet back = newDataSet();
+    ASSERT_EQ(back->setData4Mica(vectors.get(), 4), 1);
+    for (int k = 0; k < 3; ++k) EXPECT_EQ(values(back->m_chnlIcaData[k]), values(dataSet->m_chnlIcaData[k]));
+
+    const std::unique_ptr<CMMatrix1Dzq[]> reused(new CMMatrix1Dzq[5]);
+    none = reused.get();
+    count = 2;
+    EXPECT_EQ(dataSet->getData2MCohTimSnsSns(none, count), 1);
+    EXPECT_EQ(reused[1].getData()[2], 201.0);
+    EXPECT_EQ(reused[2].getData(), nullptr);
+    count = 5;
+    EXPECT_EQ(dataSet->getData2MCohTimSnsSns(none, count), 0);
+    EXPECT_EQ(newDataSet()->getData2MCohTimSnsSns(none, count), 0);
+
+    CMMatrix1Dzq point;
+    point.checkInitData(3, true);
+    point.getData()[1] = -1;
+    EXPECT_EQ(dataSet->addMSnsSnsTimID(&point, 3), 1);
+    EXPECT_EQ(values(dataSet->m_chnlIcaData[1]), (Values{100, 101, 102, -1}));
+    EXPECT_EQ(dataSet->addMSnsSnsTimID(&point, 4), 0);
+    EXPECT_EQ(dataSet->addMSnsSnsTimID(nullptr, 0), 0);
+    point.checkInitData(2, true);
+    EXPECT_EQ(dataSet->addMSnsSnsTimID(&point, 0), 0);
+}
+
+// What stays unset after a failure is what was there before, or zeros, never leftover memory.
+TEST(Coherence, VectorsOfOtherSizesAndEmptyOnesExposeNothing) {
+    const std::unique_ptr<CMMatrix1Dzq[]> vectors(new CMMatrix1Dzq[3]);
+    EXPECT_EQ(newDataSet()->setData4Mica(vectors.get(), 3), 0) << "the first is empty";
+    for (int t = 0; t < 2; ++t) {
+        double* v = vectors[t].checkInitData(3 - 2 * t, false); // 3 values, then 1
+        for (int k = 0; k < 3 - 2 * t; ++k) v[k] = 10 * t + k + 1;
+    }
+    DataSet fresh = newDataSet();
+    EXPECT_EQ(fresh->setData4Mica(vectors.get(), 3), 0);
+    EXPECT_EQ(values(fresh->m_chnlIcaData[0]), (Values{1, 11, 0}));
+    EXPECT_EQ(values(fresh->m_chnlIcaData[2]), (Values{3, 0, 0}));
+
+    DataSet kept = dataSetOf({{7, 7, 7}, {8, 8, 8}, {9, 9, 9}});
+    kept->m_chnlIcaData[1].resize(2);
+    EXPECT_EQ(kept->setData4Mica(vectors.get(), 3), 0);
+    EXPECT_EQ(values(kept->m_chnlIcaData[0]), (Values{1, 11, 7}));
+    EXPECT_EQ(values(kept->m_chnlIcaData[1]), (Values{2, 0, 0}));
+    EXPECT_EQ(values(kept->m_chnlIcaData[2]), (Values{3, 0, 9})) << "a value that a vector lacks is 0.0";
+    vectors[2].checkInitData(5, true);
+    EXPECT_EQ(kept->setData4Mica(vectors.get(), 3), 1);
+    EXPECT_EQ(kept->m_chnlTotal, 3);
+}
+
+TEST(DataSetSelection, IsNeverReversedAndStaysInside) {
+    DataSet dataSet = test::countingDataSet(2, 100);
+    struct Case {
+        std::int64_t begin, end, storedBegin, storedEnd, length;
+    };
+    for (const Case& c : {Case{20, 10, 20, 20, 1},
+                          {-5, 500, 0, 99, 100},
+                          {150, 160, 99, 99, 1},
+                          {10, 19, 10, 19, 10},
+                          {3, -9, 3, 3, 1}}) {
+        EXPECT_EQ(dataSet->setSelect(c.begin, c.end), c.length);
+        std::int64_t begin, end;
+        EXPECT_EQ(dataSet->getSelect(begin, end), c.length);
+        EXPECT_EQ(std::pair(begin, end), std::pair(c.storedBegin, c.storedEnd));
+    }
+    EXPECT_EQ(dataSet->checkSelect(0, 99), 1);
+    EXPECT_EQ(dataSet->checkSelect(50, 10), 1);
+    for (const auto& [begin, end] : {std::pair{0, 100}, {100, 100}, {-1, 5}, {5, -1}})
+        EXPECT_EQ(dataSet->checkSelect(begin, end), 0);
+    EXPECT_EQ(newDataSet()->setSelect(3, 4), 1);
+    EXPECT_EQ(newDataSet()->checkSelect(0, 0), 0);
+}
+
+TEST(DataSetSelection, TheSampleCountIsRepairedOnceWithAMessage) {
+    icawave::ScriptedFrontEnd ui;
+    DataSet dataSet = test::countingDataSet(3, 100);
+    EXPECT_EQ(newDataSet()->getTotalSample(), -1);
+    dataSet->m_chnlIcaData[2].resize(80);
+    EXPECT_EQ(dataSet->getTotalSample(), 100) << "another channel is selected";
+    dataSet->m_selectIca = 7;
+    EXPECT_EQ(dataSet->getTotalSample(), 80);
+    EXPECT_EQ(dataSet->m_selectIca, 2);
+    EXPECT_EQ(dataSet->getTotalSample(), 80);
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0], "Ic data points error!");
+    dataSet->m_selectIca = 1;
+    EXPECT_EQ(dataSet->getDataWave(-1), dataSet->m_chnlIcaData[1].m_data);
+    EXPECT_EQ(dataSet->getDataWave(3), nullptr);
+    EXPECT_EQ(dataSet->getDataWave(-2), nullptr);
+    const std::int64_t total = dataSet->m_chnlTotal;
+    dataSet->m_chnlTotal = 0;
+    EXPECT_EQ(dataSet->getTotalSample(), 80) << "no channel to compare with";
+    dataSet->m_chnlTotal = total;
+    EXPECT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(dataSet->resetIcaTimeInfo(), 0);
+}
+
+} // namespace

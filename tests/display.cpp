@@ -1,0 +1,316 @@
+// The questions of viewers, and how selecting, hiding, resizing, normalising and summing act on one another.
+#include "tests/Support.h"
+
+#include <cmath>
+
+using test::DataSet;
+using test::dataSetOf;
+using Values = std::vector<double>;
+
+namespace {
+
+TEST(ChannelStatistics, AnswerWithoutValues) {
+    CChnlIcaDatazq channel;
+    double min = 1, mean = 1, max = 1, mean2 = 1, absMean = 1, rms = 1;
+    EXPECT_EQ(channel.getStatistic(min, mean, max, mean2, absMean, rms), 0);
+    EXPECT_EQ(min + mean + max + mean2 + absMean + rms, 0.0);
+    EXPECT_EQ(channel.getDataRange(min, mean, max), 0);
+    EXPECT_EQ(channel.getValueMax() + channel.polynmlEval(2) + channel.getSelectDataMean(0, 0, 1), 0.0);
+    EXPECT_EQ(channel.allValueNonZero() + channel.normSumSqrt(), 0);
+    channel.checkInitData(0, true);
+    EXPECT_EQ(channel.getDataRange(min, mean, max), 1) << "a buffer that counts no values";
+    const double values[] = {1, 2, 3, -0.0};
+    channel.copy2Mtx(values, 3);
+    EXPECT_EQ(channel.allValueNonZero(), 1);
+    EXPECT_EQ(channel.getSelectDataMean(2, 1, 0), 0.0);
+    EXPECT_EQ(channel.getSelectDataMean(2, 1, 1), 3.0);
+    EXPECT_EQ(channel.getSelectDataMean(12, 40, 0), 3.0);
+    EXPECT_EQ(channel.getSelectDataMean(0, 2, 2), 0.0);
+    channel.copy2Mtx(values, 4);
+    EXPECT_EQ(channel.allValueNonZero(), 0) << "a negative zero is zero";
+}
+
+TEST(Display, SelectionStepsStopOrWrapAtTheEnds) {
+    struct Case {
+        std::int64_t total, begin, end;
+        int step, wrap;
+        std::int64_t newBegin, newEnd;
+    };
+    const Case cases[] = {
+        {100, 10, 19, 10, 0, 20, 29}, {100, 10, 19, -15, 0, 0, 9}, {100, 10, 19, -15, 1, 90, 99},
+        {100, 90, 99, 5, 0, 90, 99},  {100, 90, 99, 5, 1, 0, 9},   {5, 0, 9, 1, 0, 0, 4},
+        {5, 0, 9, -1, 0, 0, 4},       {100, 50, 40, 1, 0, 51, 51}, {100, 0, 99, 1, 1, 0, 99},
+        {1, 0, 0, 7, 0, 0, 0},
+    };
+    for (const Case& c : cases) {
+        CTrialIcaDatazq dataSet;
+        dataSet.m_totalSample = c.total;
+        dataSet.m_selectBegin = c.begin;
+        dataSet.m_selectEnd = c.end;
+        EXPECT_EQ(dataSet.nextSelect(c.step, c.wrap), c.newBegin) << c.begin << " by " << c.step;
+        EXPECT_EQ(dataSet.m_selectBegin, c.newBegin);
+        EXPECT_EQ(dataSet.m_selectEnd, c.newEnd) << c.begin << " by " << c.step;
+    }
+    CTrialIcaDatazq hostile;
+    for (const std::int64_t extreme :
+         {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()}) {
+        hostile.m_selectBegin = hostile.m_totalSample = extreme;
+        for (const int step : {1, -1}) hostile.nextSelect(step, step > 0), hostile.zeroSelection();
+    }
+}
+
+TEST(Display, HidingAndResettingKeepTheSelectedChannelValid) {
+    const DataSet dataSet = test::countingDataSet(4, 5);
+    dataSet->m_selectIca = -1;
+    EXPECT_EQ(dataSet->hideSelectIca(), 1);
+    EXPECT_EQ(dataSet->m_selectIca, 0);
+    EXPECT_EQ(dataSet->m_chnlIcaData[0].m_show, 0);
+    dataSet->m_selectIca = 4;
+    EXPECT_EQ(dataSet->deleteSelect(), 3);
+    EXPECT_EQ(dataSet->deleteSelect(), 4);
+    dataSet->m_selectIca = -3;
+    EXPECT_EQ(dataSet->deleteSelect(), 4);
+    EXPECT_EQ(dataSet->m_selectIca, 0);
+    dataSet->m_selectIca = 3;
+    EXPECT_EQ(dataSet->setChnlTotal(3), 1);
+    EXPECT_EQ(dataSet->m_selectIca, 2);
+    EXPECT_EQ(dataSet->getChnlTotal(), 3);
+    dataSet->setAnaLatency(-0.5, 2.0);
+    double begin, end;
+    EXPECT_EQ(dataSet->getAnaLatency(begin, end), 1);
+    EXPECT_EQ(std::pair(begin, end), std::pair(-0.5, 2.0));
+    EXPECT_EQ(dataSet->zeroDiagonal() + dataSet->zeroDiagonal(), 2);
+    EXPECT_EQ(dataSet->getIcaCmptInfo(),
+              u"ICA ComputeInfo\nSet Diagonal value to 0\nSet Diagonal value to 0");
+    EXPECT_EQ(dataSet->resetSnsCoh(), 1);
+    EXPECT_NE(dataSet->m_chnlIcaData, nullptr);
+    EXPECT_EQ(dataSet->m_anaLatencyEnd, 0.0);
+    EXPECT_EQ(dataSet->hideSelectIca() + dataSet->deleteSelect() + dataSet->normRMS() +
+                  dataSet->zeroSelection(),
+              0);
+    EXPECT_EQ(dataSet->getStatistics(),
+              u"IcaTrial Min: 0.000000\tMean: 0.000000 Max: 0.000000 AbsSum: 0.000000 RmsSum: 0.000000 \n");
+    EXPECT_EQ(dataSet->setChnlTotal(-5), 1);
+    double min, max;
+    EXPECT_EQ(dataSet->getIcaAbsRange(min, max, false, true, 0, 1), 1) << "a count below zero is none";
+    EXPECT_EQ(dataSet->checkInitSnsIcaData(4, 5, true), 1) << "sizing replaces what was left";
+    EXPECT_EQ(dataSet->setColumnCrt(-4) + dataSet->setColumnCrt(7) + dataSet->findSelectCxC(3), 7);
+    const char* names[] = {"All Type", "MEG Sensor", "EEG Sensor", "Unknown"};
+    for (int type = 0; type < 4; ++type) {
+        dataSet->m_chnlTypeID = type;
+        EXPECT_EQ(dataSet->getChnlTypeIDname(), names[type]);
+    }
+}
+
+TEST(Display, NormalisingTwiceDividesTwice) {
+    icawave::ScriptedFrontEnd ui;
+    const DataSet dataSet = dataSetOf({{3, 4}, {0, 0}});
+    const double rms = std::sqrt(25.0 / 2);
+    EXPECT_EQ(dataSet->normRMS(), 1);
+    EXPECT_EQ(dataSet->m_normRMS, rms);
+    EXPECT_EQ(dataSet->m_chnlIcaData[0].m_data[1], 4 / rms);
+    EXPECT_EQ(dataSet->m_normalized, 1);
+    EXPECT_EQ(dataSet->normRMS(), 1);
+    EXPECT_NEAR(dataSet->m_normRMS, 1.0, 1e-15);
+    const DataSet zeros = dataSetOf({{0, 0}});
+    EXPECT_EQ(zeros->normRMS(), 0);
+    EXPECT_EQ(zeros->m_normalized, 0);
+    EXPECT_EQ(ui.messages, std::vector<CString>{"RMS value in leadfields is smaller than zero!?"});
+    const DataSet selected = dataSetOf({{1, 2, 3, 4, 5, 6}, {1, 2, 3, 4, 5, 6}});
+    selected->setSelect(2, 4);
+    EXPECT_EQ(selected->zeroSelection(), 1);
+    EXPECT_EQ(test::values(selected->m_chnlIcaData[1]), (Values{1, 2, 0, 0, 0, 6}));
+    const DataSet line = dataSetOf({{1, -1, 3}});
+    EXPECT_EQ(line->getStatistics(),
+              u"IcaTrial Min: -1.000000\tMean: 1.000000 Max: 3.000000 AbsSum: 1.666667 RmsSum: 1.383783 \n");
+}
+
+TEST(Reductions, CollapseTimeIntoBackedUpMeans) {
+    const DataSet dataSet = dataSetOf({{1, 2, 3, 6}, {-1, 1, 0, 0}});
+    dataSet->m_chnlIcaData[1].m_chnlTag = 7;
+    dataSet->m_chnlIcaData[1].m_chnlName = u"ICA2";
+    dataSet->m_chnlIcaData[1].m_show = 0;
+    dataSet->m_selectIca = 1;
+    dataSet->setSelect(1, 2);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(dataSet->accumulateTime1(), 1);
+        EXPECT_EQ(test::values(dataSet->m_chnlIcaData[0]), Values{3.0});
+        EXPECT_EQ(dataSet->m_totalSample, 1);
+        EXPECT_EQ(dataSet->m_selectEnd, 0);
+        EXPECT_EQ(dataSet->m_selectIca, 1);
+        CChnlIcaDatazq& second = dataSet->m_chnlIcaData[1];
+        EXPECT_EQ(second.m_chnlTag, 7);
+        EXPECT_EQ(second.m_chnlName, u"ICA");
+        EXPECT_EQ(second.m_show, 1);
+        second.m_data[0] = 5;
+        EXPECT_EQ(second.bkDataInOut(), 1);
+        EXPECT_EQ(second.m_data[0], 0.0);
+    }
+    for (long n = 0;; ++n) { // without memory nothing changes
+        const DataSet kept = dataSetOf({{1, 2}, {3, 4}});
+        const test::FailAllocation failure(n);
+        const std::int32_t result = kept->accumulateTime1();
+        EXPECT_EQ(result, failure.failed() ? 0 : 1);
+        EXPECT_EQ(kept->m_totalSample, failure.failed() ? 2 : 1);
+        if (!failure.failed()) break;
+    }
+    EXPECT_EQ(dataSetOf({{1, 2}})->sumDatSetSns(*dataSetOf({{1, 2, 3}})), 0);
+    EXPECT_EQ(dataSetOf({{1, 2}})->sumDatSetSns(*dataSetOf({{1, 2}, {1, 2}})), 0);
+    EXPECT_EQ(dataSetOf({{1, 2}})->sumDatSetSns(*test::newDataSet()), 0);
+    EXPECT_EQ(test::newDataSet()->accumulateTime1(), 0);
+}
+
+// Three data sets, "a1", "b" and "a2", of 2 channels x 3, 5 and 4 samples, with a null entry between.
+class PackageDisplay : public ::testing::Test {
+protected:
+    PackageDisplay() {
+        for (const auto& [name, samples] : {std::pair{"a1", 3}, {"", 0}, {"b", 5}, {"a2", 4}}) {
+            package.setIcaData(samples ? test::countingDataSet(2, samples).release() : nullptr, 0);
+            if (samples)
+                package.getIcaData(static_cast<std::int32_t>(package.getTotalIca()) - 1)->m_icaName = name;
+        }
+    }
+    CFaceIcazq package;
+    CFaceIcazq empty;
+};
+
+TEST_F(PackageDisplay, AnswersAcrossDataSets) {
+    double min = 7, max = 7;
+    EXPECT_EQ(package.getIcaTimSlcMax(), 5);
+    EXPECT_EQ(package.getMaxSample(), 2) << "channels, not samples";
+    package.getIcaData(0)->setSelect(1, 1);
+    EXPECT_EQ(package.getIcaDataRange(-5, min, max, true), 1);
+    EXPECT_EQ(std::pair(min, max), std::pair(1.0, 101.0));
+    EXPECT_EQ(package.getIcaDataRange(1000, min, max, false), 1);
+    EXPECT_EQ(max, 103.0);
+    EXPECT_EQ(package.getIcaDataRange(1, min, max, false), 0);
+    EXPECT_EQ(max, 103.0) << "a null entry leaves the outputs";
+    EXPECT_EQ(package.checkSelect4Class(2, 1, 0), 1);
+    EXPECT_EQ(package.checkSelect4Class(0, 3, 0), 0);
+    EXPECT_EQ(package.checkSelect4Class(0, 0, 1), 0);
+    EXPECT_EQ(package.setFilterParam(5, 6, -3, 1000), 1);
+    EXPECT_EQ(package.setFilterParam(7, 8, 3, 1), 1);
+    EXPECT_EQ(package.setFilterParam(9, 10, 2, 2), 1);
+    EXPECT_EQ(package.getIcaData(0)->m_filterParam2, 6.0);
+    EXPECT_EQ(package.getIcaData(2)->m_filterParam1, 9.0);
+    EXPECT_EQ(package.getIcaData(3)->m_filterParam1, 5.0);
+    EXPECT_EQ(package.getLatency4PtSecond(100), 0.0);
+    EXPECT_EQ(package.getMeasurementResults(min, min, min, min, 0), 0);
+    package.showChnlName(u"a");
+    EXPECT_TRUE(package.getIcaData(0)->m_icaShow && package.getIcaData(3)->m_icaShow);
+    EXPECT_FALSE(package.getIcaData(2)->m_icaShow);
+    EXPECT_EQ(package.showChnlName(u"A") + package.showChnlName(u""), 0);
+    EXPECT_TRUE(package.getIcaData(2)->m_icaShow) << "an empty text is in every name";
+    EXPECT_EQ(empty.getIcaTimSlcMax() + empty.getMaxSample() + empty.getIcaDataRange(0, min, max, true) +
+                  empty.showChnlName(u""),
+              0);
+}
+
+// What clamps the current index, what raises for one outside, and what only looks.
+TEST_F(PackageDisplay, UsesACurrentIndexThatLiesOutside) {
+    std::int64_t begin, end;
+    package.m_curntIcaDataSetID = 7;
+    EXPECT_EQ(package.hasIcaData4show(), 0);
+    EXPECT_THROW(package.getNumSns(), CInvalidArgException);
+    EXPECT_THROW(package.getLongestChannelName(), CInvalidArgException);
+    EXPECT_EQ(package.m_curntIcaDataSetID, 7);
+    EXPECT_EQ(package.setSelect(-4, 2), 3);
+    EXPECT_EQ(package.m_curntIcaDataSetID, 3);
+    EXPECT_EQ(package.getIcaData(3)->m_selectEnd, 2);
+    EXPECT_EQ(package.setSelect(3, 50), 1);
+    EXPECT_EQ(package.getSelect(begin, end), 1);
+    EXPECT_EQ(std::pair(begin, end), (std::pair<std::int64_t, std::int64_t>(3, 3)));
+    package.m_curntIcaDataSetID = -7;
+    package.getIcaData(0)->m_chnlIcaData[1].m_show = 0;
+    EXPECT_EQ(package.getNumShowSns(), 1);
+    EXPECT_EQ(package.m_curntIcaDataSetID, 0);
+    EXPECT_EQ(package.hasIcaData4show(), 1);
+    EXPECT_EQ(package.getNumSns(), 2);
+    EXPECT_EQ(package.getLongestChannelName(), u"None");
+    package.m_curntIcaDataSetID = 1; // the null entry
+    begin = 77;
+    EXPECT_EQ(package.hasIcaData4show() + package.getNumSns() + package.getNumShowSns() +
+                  package.getSelect(begin, end),
+              0);
+    EXPECT_EQ(begin, 77);
+    package.m_curntIcaDataSetID = -1;
+    EXPECT_EQ(package.hasIcaData4show(), 0);
+    EXPECT_EQ(empty.getLongestChannelName(), u"None");
+    EXPECT_EQ(
+        empty.getNumSns() + empty.setSelect(0, 1) + empty.getSelect(begin, end) + empty.hasIcaData4show(), 0);
+    EXPECT_EQ(empty.getIcaDataName4Class(0), u"");
+    EXPECT_EQ(package.getIcaDataName4Class(99), u"None");
+    const std::unique_ptr<CMMatrix1Dzq> vector(package.getIcaMtx4ID(99));
+    ASSERT_NE(vector, nullptr);
+    EXPECT_EQ(vector->getSize(), 0);
+    EXPECT_EQ(package.getIcaMtx4ID(1), nullptr);
+    EXPECT_EQ(empty.getIcaMtx4ID(0), nullptr);
+}
+
+TEST_F(PackageDisplay, SumsIntoTheDataSetAskedFor) {
+    const DataSet source = dataSetOf({{1, 1, 1, 1}, {2, 2, 2, 2}});
+    EXPECT_EQ(package.sumPkg(*source, 99), 1);
+    EXPECT_EQ(test::values(package.getIcaData(3)->m_chnlIcaData[1]), (Values{102, 103, 104, 105}));
+    EXPECT_EQ(package.sumPkg(*source, -1), 0) << "the current one has another size";
+    package.m_curntIcaDataSetID = 50;
+    EXPECT_EQ(package.sumPkg(*source, -1), 1);
+    EXPECT_EQ(package.m_curntIcaDataSetID, 50) << "clamped for the sum only";
+    EXPECT_EQ(package.sumPkg(*source, 1) + empty.sumPkg(*source, 0) + package.sumFace(*source), 0);
+    EXPECT_EQ(package.accumulateTrlCoh(package.getIcaData(3)), 1);
+    EXPECT_EQ(package.accumulateTrlCoh(package.getIcaData(3)), 0) << "one sample is nothing to collapse";
+    EXPECT_EQ(package.accumulateTrlCoh(nullptr), 0);
+}
+
+TEST_F(PackageDisplay, RangesMatchByLength) {
+    icawave::ScriptedFrontEnd ui;
+    struct Case {
+        std::int64_t begin1, end1, begin2, end2;
+        int result, messages;
+    };
+    for (Case c : {Case{10, 20, 30, 40, 1, 0},
+                   {10, 20, 30, 35, 0, 0},
+                   {20, 10, 40, 35, 0, 1},
+                   {20, 10, 40, 30, 1, 1},
+                   {5, 5, 9, 8, 0, 2},
+                   {5, 5, 8, 9, 0, 2}}) {
+        EXPECT_EQ(package.matchAtiveControl(c.begin1, c.end1, c.begin2, c.end2), c.result);
+        EXPECT_EQ(static_cast<int>(ui.messages.size()), c.messages);
+    }
+    EXPECT_EQ(ui.messages[0], "The selected data range is wrong!");
+}
+
+TEST_F(PackageDisplay, RepaintsRegisteredViewers) {
+    CWnd visible, hidden, windowless;
+    EXPECT_TRUE(visible.Create(true, 640, 480));
+    EXPECT_FALSE(visible.Create(true, 1, 1));
+    hidden.Create(false, 10, 10);
+    EXPECT_EQ(visible.GetClientRect().right, 640);
+    EXPECT_EQ(package.viewerAdd(&visible), 1);
+    EXPECT_EQ(package.viewerAdd(&visible), 0);
+    EXPECT_EQ(package.viewerAdd(nullptr), 2);
+    EXPECT_EQ(package.viewerAdd(nullptr), 3) << "null is never found";
+    EXPECT_EQ(package.viewerAdd(&windowless), 4);
+    EXPECT_EQ(package.viewerInvalidate(true, &hidden, true), 5);
+    EXPECT_EQ(package.viewerInvalidate(false, nullptr, true), 5);
+    EXPECT_EQ(package.viewerInvalidate(false, nullptr, false), 0);
+    ASSERT_EQ(visible.invalidations.size(), 2u);
+    EXPECT_TRUE(visible.invalidations[0].whole && visible.invalidations[0].erase);
+    EXPECT_FALSE(visible.invalidations[1].erase);
+    EXPECT_TRUE(hidden.invalidations.empty());
+    EXPECT_EQ(package.viewerInvalidate(true, &hidden, false), 1);
+    EXPECT_EQ(hidden.invalidations.size(), 1u) << "one viewer is repainted visible or not";
+    EXPECT_FALSE(hidden.ShowWindow(1));
+    EXPECT_TRUE(hidden.ShowWindow(0));
+    EXPECT_EQ(package.viewerInvalidate(true, &windowless, false), 1);
+    EXPECT_TRUE(visible.DestroyWindow());
+    EXPECT_FALSE(visible.IsWindowVisible());
+    EXPECT_EQ(package.viewerInvalidate(true, nullptr, true), 5);
+    EXPECT_TRUE(visible.invalidations.empty() && windowless.invalidations.empty());
+    EXPECT_EQ(package.viewerRemove(&visible, false), 4);
+    EXPECT_EQ(package.viewerRemove(&visible, false), -1);
+    EXPECT_EQ(package.viewerRemove(nullptr, true), 0);
+    EXPECT_EQ(package.viewerInvalidate(true, &visible, false), 1);
+    EXPECT_EQ(package.m_viewerArray.GetSize(), 1) << "and registered";
+}
+
+} // namespace

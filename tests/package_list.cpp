@@ -1,0 +1,142 @@
+#include "tests/Support.h"
+
+namespace {
+
+// Data sets named A, B, ... with list ids 10, 11, ...; a blank makes a null entry.
+std::unique_ptr<CFaceIcazq> packageOf(const std::string& names) {
+    auto package = std::make_unique<CFaceIcazq>();
+    for (const char name : names) {
+        CTrialIcaDatazq* dataSet = name == ' ' ? nullptr : test::countingDataSet(2, 3).release();
+        const std::int32_t size = package->setIcaData(dataSet, 99);
+        EXPECT_EQ(size, package->getTotalIca());
+        if (!dataSet) continue;
+        dataSet->m_icaName = CString(std::string(1, name));
+        dataSet->m_listID = size + 9;
+    }
+    return package;
+}
+
+std::string namesOf(CFaceIcazq& package) {
+    std::string names;
+    for (std::int64_t k = 0; k < package.getTotalIca(); ++k) {
+        const auto* dataSet = static_cast<CTrialIcaDatazq*>(package.m_icaDataArray[k]);
+        names += dataSet ? dataSet->m_icaName.utf8() : " ";
+    }
+    return names;
+}
+
+TEST(Package, EmptyHasItsOwnAnswers) {
+    CFaceIcazq package;
+    EXPECT_EQ(package.getCurntIcaDataSetID(), 0);
+    EXPECT_EQ(package.getIcaListID(5), -1);
+    EXPECT_EQ(package.getTrlIcaDataAny(), nullptr);
+    EXPECT_EQ(package.getIcaData(0), nullptr);
+    EXPECT_EQ(package.hasCohTimeData4Show(), 0);
+    EXPECT_EQ(package.getIcaDataPkgName(), u"SnsCohFace");
+    EXPECT_EQ(package.m_pkgInfo, u"Unknown");
+    EXPECT_FALSE(package.getIcaDataPkgShow());
+    package.m_curntIcaDataSetID = 5;
+    EXPECT_EQ(package.setCurrentIca(3), 0);
+    EXPECT_EQ(package.m_curntIcaDataSetID, 0);
+    EXPECT_EQ(package.setCurntIcaDataSetID(3), -1);
+    EXPECT_EQ(package.m_curntIcaDataSetID, -1);
+    EXPECT_EQ(package.deleteIca(-1), 0);
+}
+
+TEST(Package, MovesTheCurrentIndexInsideTheList) {
+    const auto package = packageOf("ABC");
+    EXPECT_EQ(package->setCurrentIca(7), 1);
+    EXPECT_EQ(package->m_curntIcaDataSetID, 2);
+    EXPECT_EQ(package->setCurntIcaDataSetID(-4), 0);
+    EXPECT_EQ(package->setTrIcaID(1), 0);
+    EXPECT_EQ(package->m_curntIcaDataSetID, 1);
+    EXPECT_EQ(package->getIcaData(-1)->m_icaName, u"B");
+    EXPECT_EQ(package->getIcaData(3), nullptr);
+    EXPECT_EQ(package->getIcaData(-2), nullptr);
+    package->m_curntIcaDataSetID = 9;
+    EXPECT_EQ(package->getIcaData(-1), nullptr);
+    EXPECT_EQ(package->getTrlIcaDataAny()->m_icaName, u"C");
+    EXPECT_EQ(package->m_curntIcaDataSetID, 2);
+    EXPECT_EQ(package->getIcaListID(-8), 0);
+    EXPECT_EQ(package->getIcaListID(8), 2);
+}
+
+TEST(Package, CreatesOnlyWhatItCanList) {
+    CFaceIcazq package;
+    EXPECT_EQ(package.checkInitIcaPkg(1, 100, true), 0);
+    EXPECT_EQ(package.checkInitIcaPkg(4, 0, true), 0);
+    EXPECT_EQ(package.checkInitIcaPkg(2, 1, false), 1);
+    CTrialIcaDatazq* made = package.checkInitIca4ID(3, 4, 77, true);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(package.getIcaData(1), made);
+    EXPECT_EQ(made->m_icaName, u"NewIca");
+    EXPECT_EQ(made->m_chnlTotal, 3);
+    EXPECT_EQ(package.m_curntIcaDataSetID, 0);
+    for (long n = 0;; ++n) { // whatever allocation fails, the list is as before and nothing leaks
+        bool reached;
+        try {
+            const test::FailAllocation failure(n);
+            const std::int32_t result = package.checkInitIcaPkg(2, 5, true);
+            reached = failure.failed();
+            EXPECT_EQ(result, reached ? 0 : 1);
+        } catch (const CMemoryException&) { // texts and the list say it so
+            reached = true;
+        }
+        EXPECT_EQ(package.getTotalIca(), reached ? 2 : 3) << n;
+        if (!reached) break;
+    }
+}
+
+TEST(Package, DeletesTheFirstOfAListIdAndClampsTheCurrentIndex) {
+    auto package = packageOf("AB C");
+    package->m_curntIcaDataSetID = 3;
+    EXPECT_EQ(package->actIca2ListID(13), package->getIcaData(3));
+    EXPECT_EQ(package->deleteIca(99), 0);
+    EXPECT_EQ(package->deleteIca(13), 1);
+    EXPECT_EQ(namesOf(*package), "AB ");
+    EXPECT_EQ(package->m_curntIcaDataSetID, 2);
+    package->getIcaData(1)->m_listID = 2;
+    package->getIcaData(0)->m_listID = 2;
+    EXPECT_EQ(package->deleteIca(-1), 1) << "the current index is the list id";
+    EXPECT_EQ(namesOf(*package), "B ");
+    EXPECT_EQ(package->m_curntIcaDataSetID, 1);
+    EXPECT_EQ(package->cleanIcaFace(), 1);
+    EXPECT_EQ(package->getTotalIca(), 0);
+    EXPECT_EQ(package->m_curntIcaDataSetID, -1);
+    package = packageOf("A");
+    package->deleteIca(10);
+    EXPECT_EQ(package->m_curntIcaDataSetID, -1);
+}
+
+TEST(PackageRecord, DropsEmptySlotsAndKeepsTheCurrentIndex) {
+    const auto package = packageOf("A B");
+    package->m_curntIcaDataSetID = 2;
+    package->m_pkgShow = true;
+    const test::Bytes bytes = test::stored(*package);
+    EXPECT_EQ(bytes.back(), std::byte{1});
+    const auto loaded = packageOf("XYZ");
+    loaded->m_viewerArray.Add(loaded.get());
+    EXPECT_EQ(test::load(*loaded, bytes).result, 1);
+    EXPECT_EQ(namesOf(*loaded), "AB");
+    EXPECT_EQ(loaded->m_curntIcaDataSetID, 2);
+    EXPECT_EQ(loaded->m_viewerArray.GetSize(), 1) << "viewers are not part of the record";
+}
+
+TEST(PackageRecord, RefusesAForeignRecordUntouched) {
+    const auto package = packageOf("AB");
+    test::Bytes bytes = test::stored(*package->getIcaData(0));
+    test::Outcome outcome = test::load(*package, bytes);
+    EXPECT_EQ(outcome.result, 0);
+    EXPECT_EQ(outcome.messages, std::vector<CString>{"Unknown face ICA file!"});
+    EXPECT_EQ(outcome.fault->offset, 0);
+    EXPECT_EQ(outcome.fault->record, "FACEICA");
+    EXPECT_EQ(namesOf(*package), "AB");
+    bytes = test::stored(*package);
+    bytes[18] = std::byte{0};
+    outcome = test::load(*package, bytes);
+    EXPECT_EQ(outcome.messages, std::vector<CString>{"Face ICA data format error!"});
+    EXPECT_EQ(outcome.fault->offset, 18);
+    EXPECT_EQ(namesOf(*package), "AB");
+}
+
+} // namespace

@@ -1,0 +1,262 @@
+// Every pass over the values against a plain loop, bit for bit, on arrays chosen to be nasty: NaN first,
+// later or only in the second channel, both zeros, infinities, every size from 0 to 17, channels longer and
+// shorter than the data set says, and missing ones.
+#include "tests/Support.h"
+
+#include <bit>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+using Values = std::vector<double>;
+using Channels = std::vector<Values>; // an empty one has no buffer
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+std::uint64_t bits(double value) {
+    return std::isnan(value) ? ~std::uint64_t{0}
+                             : std::bit_cast<std::uint64_t>(value); // one NaN is like another
+}
+
+Values numbers(std::size_t n, double seed) {
+    Values v(n);
+    for (std::size_t i = 0; i < n; ++i) v[i] = std::sin(seed + 1.7 * static_cast<double>(i)) * std::exp(seed);
+    return v;
+}
+
+std::vector<Channels> nastyChannels() {
+    std::vector<Channels> all;
+    for (std::size_t n = 0; n <= 17; ++n) {
+        for (const std::size_t count : {1, 2, 4, 5, 9}) {
+            Channels channels;
+            for (std::size_t k = 0; k < count; ++k)
+                channels.push_back(numbers(n, 0.3 * static_cast<double>(k)));
+            all.push_back(channels);
+        }
+    }
+    const Channels special = {{nan, 1, -2},
+                              {1, nan, -2},
+                              {0.0, -0.0},
+                              {-0.0, 0.0},
+                              {-0.0, -0.0},
+                              {infinity, -infinity, 1},
+                              {nan},
+                              {-infinity, -infinity},
+                              {nan, nan, 0},
+                              {},
+                              {5e-324, -5e-324, 1e308}};
+    for (const Values& first : special) {
+        all.push_back({first});
+        for (const Values& second : special) all.push_back({first, second});
+        all.push_back({numbers(3, 1), first, numbers(17, 2), numbers(3, 3), numbers(3, 4), first,
+                       numbers(3, 5), numbers(3, 6), first});
+    }
+    return all;
+}
+
+test::DataSet dataSetFrom(const Channels& channels, std::int64_t totalSample) {
+    test::DataSet dataSet = test::newDataSet();
+    dataSet->checkInitSnsIcaData(static_cast<std::int64_t>(channels.size()), 1, true);
+    for (std::size_t k = 0; k < channels.size(); ++k) {
+        dataSet->m_chnlIcaData[k].cleanData();
+        if (!channels[k].empty())
+            dataSet->m_chnlIcaData[k].copy2Mtx(channels[k].data(),
+                                               static_cast<std::int64_t>(channels[k].size()));
+    }
+    dataSet->m_totalSample = totalSample;
+    return dataSet;
+}
+
+// Runs f over every nasty data set, each with sample counts that fit and that do not.
+void forEachNasty(const std::function<void(CTrialIcaDatazq&, const Channels&, std::int64_t)>& f) {
+    std::size_t number = 0;
+    for (const Channels& channels : nastyChannels()) {
+        const auto n = static_cast<std::int64_t>(channels[0].size());
+        for (const std::int64_t total : {n, n + 2, n - 1}) {
+            SCOPED_TRACE("data set " + std::to_string(number) + ", " + std::to_string(total) + " samples");
+            const test::DataSet dataSet = dataSetFrom(channels, total);
+            f(*dataSet, channels, total);
+            if (::testing::Test::HasFailure()) return;
+        }
+        ++number;
+    }
+    EXPECT_GT(number, 200u);
+}
+
+double at(const Values& channel, std::int64_t i) {
+    return i < static_cast<std::int64_t>(channel.size()) ? channel[static_cast<std::size_t>(i)] : 0.0;
+}
+
+struct Range {
+    double min = 0.0, max = 0.0;
+    bool any = false;
+    void take(double value) {
+        if (!any) min = max = value;
+        any = true;
+        if (value < min) min = value;
+        if (value > max) max = value;
+    }
+};
+
+#define EXPECT_SAME(actual, expected)                                                                        \
+    EXPECT_EQ(bits(actual), bits(expected)) << (actual) << " instead of " << (expected)
+
+TEST(Passes, RangesOfValuesAndMagnitudes) {
+    forEachNasty([](CTrialIcaDatazq& d, const Channels& channels, std::int64_t total) {
+        double min = 9, max = 9;
+        Range whole, magnitudes;
+        double sum = 0.0;
+        for (const Values& channel : channels) {
+            Range own;
+            double ownSum = 0.0;
+            for (const double value : channel) own.take(value), ownSum += value;
+            if (!whole.any) whole = own, whole.any = true;
+            if (own.min < whole.min) whole.min = own.min;
+            if (own.max > whole.max) whole.max = own.max;
+            sum += ownSum;
+            for (std::int64_t i = 0; i < total && !channel.empty(); ++i)
+                magnitudes.take(std::fabs(at(channel, i)));
+        }
+        const std::int32_t inside = total > 0 ? 1 : 0;
+        EXPECT_EQ(d.getIcaDataRange(min, max, false, 0, 0), inside);
+        if (inside) {
+            EXPECT_SAME(min, whole.min);
+            EXPECT_SAME(max, whole.max);
+            EXPECT_SAME(d.m_dataMin, whole.min);
+            EXPECT_SAME(d.m_dataMean, sum / static_cast<double>(channels.size()));
+        }
+        EXPECT_EQ(d.getIcaAbsRange(min, max, true, false, 77, 77), 1);
+        EXPECT_SAME(min, magnitudes.min);
+        EXPECT_SAME(max, magnitudes.max);
+        EXPECT_SAME(d.m_absMid, (magnitudes.min + magnitudes.max) * 0.5);
+        for (const auto& [begin, end] :
+             {std::pair<std::int64_t, std::int64_t>{0, total - 1}, {1, total - 2}, {total - 1, total - 1}}) {
+            if (begin < 0 || end < 0 || begin >= total) continue;
+            Range part, partMagnitudes;
+            for (const Values& channel : channels) {
+                for (std::int64_t i = begin; i <= end; ++i) {
+                    part.take(at(channel, i));
+                    if (!channel.empty()) partMagnitudes.take(std::fabs(at(channel, i)));
+                }
+            }
+            EXPECT_EQ(d.getIcaDataRange(min, max, true, begin, end), 1);
+            EXPECT_SAME(min, part.min);
+            EXPECT_SAME(max, part.max);
+            EXPECT_EQ(d.getIcaAbsRange(min, max, false, true, begin, end), 1);
+            EXPECT_SAME(min, partMagnitudes.min);
+            EXPECT_SAME(max, partMagnitudes.max);
+        }
+    });
+}
+
+TEST(Passes, StatisticsAndTheChainOverEverything) {
+    forEachNasty([](CTrialIcaDatazq& d, const Channels& channels, std::int64_t total) {
+        double means = 0, magnitudes = 0, roots = 0, chain = 0;
+        Range whole, counted;
+        const auto count = static_cast<double>(channels.size());
+        for (const Values& channel : channels) {
+            Range own;
+            double sum = 0, absolute = 0, squares = 0;
+            for (const double value : channel)
+                own.take(value), sum += value, absolute += std::fabs(value), squares += value * value;
+            const double n = channel.empty() ? 1.0 : static_cast<double>(channel.size());
+            means += sum / n, magnitudes += absolute / n, roots += std::sqrt(squares / n);
+            if (!whole.any) whole = own, whole.any = true;
+            if (own.min < whole.min) whole.min = own.min;
+            if (own.max > whole.max) whole.max = own.max;
+            for (std::int64_t i = 0; i < total; ++i) chain += at(channel, i), counted.take(at(channel, i));
+        }
+        EXPECT_EQ(d.checkDataRange(), total > 0 ? 1 : 0);
+        if (total > 0) {
+            EXPECT_SAME(d.m_dataMin, counted.min);
+            EXPECT_SAME(d.m_dataMax, counted.max);
+            EXPECT_SAME(d.m_dataMean, chain / count);
+        }
+        EXPECT_EQ(d.getStatistics(), CString::Format("%s Min: %f\tMean: %f Max: %f AbsSum: %f RmsSum: %f \n",
+                                                     d.m_icaName, whole.min, means / count, whole.max,
+                                                     magnitudes / count, std::sqrt(roots / count)));
+        EXPECT_SAME(d.m_dataMin, whole.min);
+        EXPECT_SAME(d.m_dataMax, whole.max);
+        EXPECT_SAME(d.m_dataMean, means / count);
+    });
+}
+
+TEST(Passes, NormalisationAndReductions) {
+    forEachNasty([](CTrialIcaDatazq& d, const Channels& channels, std::int64_t total) {
+        icawave::ScriptedFrontEnd ui;
+        double squares = 0;
+        Values sums;
+        for (const Values& channel : channels) {
+            double own = 0, sum = 0;
+            for (std::int64_t i = 0; i < total; ++i)
+                own += at(channel, i) * at(channel, i), sum += at(channel, i);
+            squares += own;
+            sums.push_back(sum);
+        }
+        const double rms = std::sqrt(squares / static_cast<double>(channels.size()));
+        const bool divides = total > 0 && rms > 0;
+        EXPECT_EQ(d.normRMS(), divides ? 1 : 0);
+        EXPECT_EQ(ui.messages.size(), total > 0 && !divides ? 1u : 0u);
+        for (std::size_t k = 0; k < channels.size(); ++k) {
+            for (std::size_t i = 0; i < channels[k].size(); ++i) {
+                const bool divided = divides && static_cast<std::int64_t>(i) < total;
+                EXPECT_SAME(d.m_chnlIcaData[k].m_data[i], divided ? channels[k][i] / rms : channels[k][i]);
+            }
+        }
+        const test::DataSet fresh = dataSetFrom(channels, total), other = dataSetFrom(channels, total);
+        EXPECT_EQ(fresh->sumDatSetSns(*other), 1);
+        EXPECT_EQ(other->accumulateTime1(), total > 0 ? 1 : 0);
+        for (std::size_t k = 0; k < channels.size(); ++k) {
+            for (std::size_t i = 0; i < channels[k].size(); ++i)
+                EXPECT_SAME(fresh->m_chnlIcaData[k].m_data[i], channels[k][i] + channels[k][i]);
+            if (total < 1) continue;
+            EXPECT_SAME(other->m_chnlIcaData[k].m_data[0], sums[k] / static_cast<double>(total));
+            EXPECT_SAME(other->m_chnlIcaData[k].m_bkData[0], other->m_chnlIcaData[k].m_data[0]);
+        }
+    });
+}
+
+TEST(Passes, StatisticsOfOneChannel) {
+    for (const Channels& channels : nastyChannels()) {
+        const Values& v = channels.back();
+        CChnlIcaDatazq channel;
+        channel.copy2Mtx(v.data(), static_cast<std::int64_t>(v.size()));
+        double min, mean, max, mean2, absMean, rms;
+        EXPECT_EQ(channel.getStatistic(min, mean, max, mean2, absMean, rms), 1);
+        if (v.empty()) {
+            EXPECT_EQ(min + mean + max + mean2 + absMean + rms, 0.0);
+            continue;
+        }
+        const auto n = static_cast<double>(v.size());
+        Range range;
+        double fromFirst = v[0], sum = 0, absolute = 0, squares = 0;
+        for (std::size_t i = 0; i < v.size(); ++i) {
+            range.take(v[i]);
+            if (i > 0) fromFirst += v[i];
+            sum += v[i], absolute += std::fabs(v[i]), squares += v[i] * v[i];
+        }
+        EXPECT_SAME(min, range.min);
+        EXPECT_SAME(max, range.max);
+        EXPECT_SAME(mean, fromFirst / n);
+        EXPECT_SAME(mean2, sum / n);
+        EXPECT_SAME(absMean, absolute / n);
+        EXPECT_SAME(rms, std::sqrt(squares / n));
+        EXPECT_EQ(channel.getDataRange(min, mean, max), 1);
+        EXPECT_SAME(mean, fromFirst / n);
+        EXPECT_SAME(channel.getValueMax(), range.max);
+        EXPECT_SAME(channel.getSelectDataMean(-5, 99, 0), sum / n);
+        EXPECT_SAME(channel.getSelectDataMean(-5, 99, 1),
+                    std::fabs(range.max) > std::fabs(range.min) ? range.max : range.min);
+        double horner = v.back();
+        for (std::size_t i = v.size() - 1; i-- > 0;) horner = horner * 0.5 + v[i];
+        EXPECT_SAME(channel.polynmlEval(0.5), horner);
+        const bool divides = !(absolute / n <= 0.0);
+        EXPECT_EQ(channel.normSumSqrt(), divides ? 1 : 0);
+        for (std::size_t i = 0; i < v.size(); ++i)
+            EXPECT_SAME(channel.m_data[i], divides ? v[i] / (absolute / n) : v[i]);
+    }
+}
+
+} // namespace

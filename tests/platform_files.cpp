@@ -1,0 +1,136 @@
+#include "tests/Support.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Files : public ::testing::Test {
+protected:
+    Files() {
+        std::string name = (fs::temp_directory_path() / "icawave-files-XXXXXX").string();
+        folder = ::mkdtemp(name.data());
+    }
+    ~Files() override { fs::remove_all(folder); }
+    CString path(const char* name) const { return (folder / name).string(); }
+
+    fs::path folder;
+};
+
+// Pieces below, at and above the size of the file's own buffer, read back in other pieces.
+TEST_F(Files, BufferedPiecesArriveInOrder) {
+    std::vector<char> bytes(900'001);
+    for (std::size_t k = 0; k < bytes.size(); ++k) bytes[k] = static_cast<char>(k * 7 + k / 256);
+    CFile out;
+    ASSERT_TRUE(out.Open(path("a"), CFile::modeCreate | CFile::modeWrite));
+    std::int64_t written = 0;
+    for (const std::int64_t piece : {1, 262'143, 1, 300'000, 5, 262'144, 75'707}) {
+        out.Write(bytes.data() + written, piece);
+        written += piece;
+        EXPECT_EQ(out.GetPosition(), written);
+        EXPECT_EQ(out.GetLength(), written);
+    }
+    ASSERT_EQ(written, static_cast<std::int64_t>(bytes.size()));
+    out.Close();
+    EXPECT_EQ(fs::file_size(folder / "a"), bytes.size());
+
+    CFile in;
+    ASSERT_TRUE(in.Open(path("a"), CFile::modeRead));
+    std::vector<char> loaded(bytes.size() + 1);
+    std::int64_t got = 0;
+    for (const std::int64_t piece : {3, 262'144, 400'000, 2'000'000})
+        got += in.Read(loaded.data() + got, piece);
+    EXPECT_EQ(got, written);
+    loaded.pop_back();
+    EXPECT_TRUE(loaded == bytes);
+    EXPECT_EQ(in.Seek(-2, CFile::end), written - 2);
+    EXPECT_EQ(in.Read(loaded.data(), 10), 2);
+    EXPECT_EQ(in.Seek(10, CFile::begin), 10);
+    in.Read(loaded.data(), 5);
+    EXPECT_EQ(in.Seek(1, CFile::current), 16) << "from the reader's place, not from the bytes read ahead";
+    in.Read(loaded.data(), 1);
+    EXPECT_EQ(loaded[0], bytes[16]);
+    EXPECT_THROW(in.Write("x", 1), CFileException);
+}
+
+TEST_F(Files, WhatCannotBeOpenedIsRefused) {
+    CFile file;
+    EXPECT_FALSE(file.Open(path("missing"), CFile::modeRead));
+    EXPECT_FALSE(file.Open(CString(folder.string()), CFile::modeRead)) << "a directory";
+    EXPECT_FALSE(file.Open(path("no/such/folder"), CFile::modeCreate | CFile::modeWrite));
+    EXPECT_FALSE(
+        file.Open(path("a") + CString(std::u16string_view(u"\0b", 2)), CFile::modeCreate | CFile::modeWrite));
+    EXPECT_FALSE(fs::exists(folder / "a"));
+}
+
+TEST(FullDisk, IsAnExceptionFromTheOutermostFlushOrCloseOnce) {
+    if (!fs::exists("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
+    icawave::ScriptedFrontEnd ui;
+    CFile file;
+    ASSERT_TRUE(file.Open("/dev/full", CFile::modeWrite));
+    file.Write("abc", 3);
+    try {
+        file.Close();
+        FAIL() << "the three bytes are lost";
+    } catch (const CFileException& e) {
+        EXPECT_EQ(e.m_cause, CFileException::diskFull);
+        EXPECT_EQ(e.m_strFileName, "/dev/full");
+    }
+    file.Close(); // nothing is left to fail
+    ASSERT_TRUE(file.Open("/dev/full", CFile::modeWrite));
+    CFaceIcazq package;
+    CArchive archive(&file, CArchive::store);
+    EXPECT_THROW(package.serialize(archive), CFileException);
+    EXPECT_TRUE(ui.messages.empty());
+    {
+        CFile forgotten;
+        ASSERT_TRUE(forgotten.Open("/dev/full", CFile::modeWrite));
+        forgotten.Write("abc", 3);
+    }
+    EXPECT_EQ(ui.messages.size(), 1u) << "a destructor cannot raise it";
+}
+
+TEST(MemoryFile, GrowsOverGapsAndAViewRefusesWrites) {
+    CMemFile file;
+    file.Seek(3, CFile::begin);
+    file.Write("ab", 2);
+    EXPECT_EQ(file.GetLength(), 5);
+    EXPECT_EQ(file.bytes()[0], std::byte{0});
+    EXPECT_THROW(file.Seek(-6, CFile::end), CFileException);
+    EXPECT_EQ(file.Seek(-1, CFile::end), 4);
+    char buffer[4];
+    EXPECT_EQ(file.Read(buffer, 4), 1);
+    CMemFile view("xyz", 3);
+    EXPECT_THROW(view.Write("a", 1), CFileException);
+    view.Seek(10, CFile::begin);
+    EXPECT_EQ(view.Read(buffer, 4), 0);
+}
+
+TEST(Modules, AreSearchedFromTheNewestToTheOldestWhileTheyAreLinked) {
+    const int first = 1, second = 2;
+    const icawave::Resource oldResources[] = {{icawave::ResourceKind::menu, 7, &first},
+                                              {icawave::ResourceKind::icon, 7, &first}};
+    const icawave::Resource newResources[] = {{icawave::ResourceKind::menu, 7, &second}};
+    AFX_EXTENSION_MODULE older{"older", oldResources}, newer{"newer", newResources},
+        nameless{nullptr, newResources};
+    EXPECT_FALSE(AfxInitExtensionModule(nameless));
+    ASSERT_TRUE(AfxInitExtensionModule(older));
+    EXPECT_FALSE(AfxInitExtensionModule(older)) << "twice";
+    const CDynLinkLibrary olderLink(older);
+    {
+        const CDynLinkLibrary newerLink(newer);
+        EXPECT_EQ(AfxFindResource(icawave::ResourceKind::menu, 7), &first) << "linked but not initialised";
+        ASSERT_TRUE(AfxInitExtensionModule(newer));
+        EXPECT_EQ(AfxFindResource(icawave::ResourceKind::menu, 7), &second);
+        EXPECT_EQ(AfxFindResource(icawave::ResourceKind::icon, 7), &first);
+    }
+    EXPECT_EQ(AfxFindResource(icawave::ResourceKind::menu, 7), &first);
+    AfxTermExtensionModule(older);
+    EXPECT_EQ(AfxFindResource(icawave::ResourceKind::menu, 7), nullptr);
+    EXPECT_TRUE(AfxFindModule("icawave"));
+}
+
+} // namespace

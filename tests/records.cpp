@@ -1,0 +1,289 @@
+// Records against what cannot be told by files alone: modes, limits, flags of half-filled objects, faults in
+// every place.
+#include "tests/Support.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sys/resource.h>
+
+using test::Bytes;
+using test::load;
+using test::Outcome;
+using test::stored;
+
+namespace {
+
+Bytes goldenFile(const char* name) {
+    std::ifstream in(std::filesystem::path(ICAWAVE_GOLDEN) / name, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    EXPECT_FALSE(text.empty()) << name;
+    const auto* first = reinterpret_cast<const std::byte*>(text.data());
+    return {first, first + text.size()};
+}
+
+template <class T>
+void expectDefaultBytes(const char* name) {
+    T object;
+    EXPECT_EQ(stored(object), goldenFile(name)) << name;
+    EXPECT_EQ(stored(object, 16), goldenFile(name)) << "through the smallest buffer";
+}
+
+TEST(Records, NewObjectsAreStoredAsTheFormatSays) {
+    expectDefaultBytes<CFaceIcazq>("default_package.bin");
+    expectDefaultBytes<CTrialIcaDatazq>("default_dataset.bin");
+    expectDefaultBytes<CChnlIcaDatazq>("default_channel.bin");
+    expectDefaultBytes<CIcaParamzq>("default_param.bin");
+}
+
+template <class T>
+Outcome storeOutcome(T& object, CFile& file, std::uint32_t mode = CArchive::store) {
+    Outcome outcome;
+    CArchive archive(&file, mode);
+    try {
+        outcome.result = object.serialize(archive);
+    } catch (const CArchiveException& e) {
+        outcome.exception = e.what();
+        archive.Abort();
+    }
+    outcome.fault = archive.firstFault();
+    return outcome;
+}
+
+// The byte where a flag lies, counted from the end of a record.
+std::byte fromEnd(const Bytes& bytes, std::size_t count) {
+    return bytes[bytes.size() - count];
+}
+
+TEST(Records, FlagsFollowBuffersAndCounts) {
+    CChnlIcaDatazq channel;
+    channel.m_bkData = new double[1];
+    EXPECT_EQ(fromEnd(stored(channel), 16), std::byte{0}) << "a channel's backup that counts no values";
+    CIcProjectData item;
+    item.m_bkData = new double[1];
+    EXPECT_EQ(fromEnd(stored(item), 4), std::byte{1}) << "an item's backup is present by its pointer alone";
+
+    test::DataSet dataSet = test::countingDataSet(2, 3);
+    dataSet->m_chnlTotal = 0; // as resetting the coherence leaves it
+    Bytes bytes = stored(*dataSet);
+    EXPECT_EQ(bytes.size(), goldenFile("default_dataset.bin").size());
+    EXPECT_EQ(bytes[76], std::byte{0});
+    dataSet->m_chnlTotal = 2;
+    test::DataSet loaded = test::countingDataSet(1, 1);
+    loaded->cleanSnsIcaData();
+    loaded->m_chnlTotal = 5; // a count without channels
+    bytes = stored(*loaded);
+    EXPECT_EQ(load(*dataSet, bytes).result, 1);
+    EXPECT_EQ(dataSet->m_chnlIcaData, nullptr);
+    EXPECT_EQ(dataSet->m_chnlTotal, 5);
+    EXPECT_EQ(stored(*dataSet), bytes);
+}
+
+TEST(Records, LoadingReplacesOrKeepsTheParameterSetByVersion) {
+    test::DataSet dataSet = test::countingDataSet(1, 1);
+    dataSet->getIcaParamzq(1)->m_nIca = 9;
+    EXPECT_EQ(load(*dataSet, goldenFile("dataset_old.bin")).result, 1);
+    ASSERT_NE(dataSet->m_icaParam, nullptr);
+    EXPECT_EQ(dataSet->m_icaParam->m_nIca, 9);
+    EXPECT_EQ(load(*dataSet, goldenFile("default_dataset.bin")).result, 1);
+    EXPECT_EQ(dataSet->m_icaParam, nullptr);
+}
+
+// Storing into a loading archive fails at the first byte; so does a buffer too large for the format, wherever
+// it lies.
+TEST(Records, WhatCannotBeStoredIsRefusedBeforeTheFirstByte) {
+    CMemFile file;
+    CFaceIcazq package;
+    CTrialIcaDatazq* dataSet = package.checkInitIca4ID(2, 3, 0, true);
+    CChnlIcaDatazq& channel = dataSet->m_chnlIcaData[1];
+    const auto refused = [&](auto& object) {
+        const Outcome outcome = storeOutcome(object, file);
+        EXPECT_EQ(outcome.exception, "archive error");
+        EXPECT_EQ(outcome.fault->offset, 0);
+        EXPECT_EQ(file.GetLength(), 0);
+    };
+    channel.m_size = std::int64_t{1} << 29; // the buffer is not looked into
+    refused(package);
+    refused(*dataSet);
+    refused(channel);
+    channel.m_size = 3;
+    channel.bkDataIn();
+    channel.m_bkSize = std::int64_t{1} << 29;
+    refused(package);
+    channel.m_bkSize = 3;
+    channel.m_projectData = new CIcProjectData[2];
+    channel.m_projectCount = 2;
+    CIcProjectData& item = channel.m_projectData[1];
+    item.m_data = new double[1];
+    item.m_size = std::int64_t{1} << 30;
+    refused(package);
+    refused(item);
+    item.m_size = 1;
+    EXPECT_EQ(storeOutcome(package, file).result, 1);
+
+    const Bytes bytes = stored(package);
+    CMemFile source(bytes.data(), bytes.size());
+    EXPECT_EQ(storeOutcome(package, source, CArchive::load).result, 1);
+}
+
+TEST(Records, AFullDiskIsAnExceptionOutOfTheRecordItself) {
+    CFaceIcazq package;
+    package.checkInitIcaPkg(2, 1000, true);
+    int operations = 0;
+    for (;; ++operations) {
+        test::FailingFile file(operations);
+        CArchive archive(&file, CArchive::store);
+        try {
+            EXPECT_EQ(package.serialize(archive), 1);
+            archive.Close();
+            break;
+        } catch (const CFileException& e) {
+            EXPECT_EQ(e.m_cause, CFileException::diskFull);
+            archive.Abort();
+        }
+    }
+    EXPECT_GT(operations, 3);
+}
+
+// Cuts a record at every byte. Whatever comes of it, the object can be asked, stored and loaded again.
+template <class T>
+void expectTruncationsTold(const char* name, const std::function<void(T&)>& use) {
+    const Bytes whole = goldenFile(name);
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        T object;
+        const Outcome outcome =
+            load(object, Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)), 64);
+        ASSERT_TRUE(outcome.fault) << name << " cut to " << length << " bytes";
+        EXPECT_LE(outcome.fault->offset, static_cast<std::int64_t>(length));
+        use(object);
+        const Bytes again = stored(object);
+        EXPECT_EQ(load(object, again).exception, "") << length;
+    }
+}
+
+void askEverything(CTrialIcaDatazq& dataSet) {
+    icawave::ScriptedFrontEnd ui;
+    double min, max;
+    std::int64_t begin, end, count = 0;
+    CMMatrix1Dzq* vectors = nullptr;
+    dataSet.getIcaDataRange(min, max, true, -1, -1);
+    dataSet.getIcaDataRange(min, max, false, 0, 0);
+    dataSet.getValueSelect(0, std::numeric_limits<std::int64_t>::max(), 0);
+    dataSet.getValue(-1, -1);
+    dataSet.getData2MCohTimSnsSns(vectors, count);
+    delete[] vectors;
+    dataSet.getSelect(begin, end);
+    dataSet.getTotalSample();
+    dataSet.setSelect(begin, end);
+    dataSet.getDataWave(-1);
+    dataSet.checkSelect(begin, end);
+}
+
+TEST(RecordDamage, EveryTruncationIsToldAndLeavesAUsableObject) {
+    expectTruncationsTold<CFaceIcazq>("package_several.bin", [](CFaceIcazq& package) {
+        for (std::int64_t k = 0; k < package.getTotalIca(); ++k)
+            askEverything(*package.getIcaData(static_cast<std::int32_t>(k)));
+        package.deleteIca(-1);
+    });
+    expectTruncationsTold<CChnlIcaDatazq>("channel_full.bin",
+                                          [](CChnlIcaDatazq& channel) { channel.bkDataInOut(); });
+    expectTruncationsTold<CIcaParamzq>("param_list_many.bin", [](CIcaParamzq& parameters) {
+        parameters.addIcaParam(1, 1, 1, nullptr, nullptr);
+    });
+}
+
+// Loaded sizes and selections that contradict the channels: missing samples read as 0.0 and divisors stay as
+// defined.
+TEST(RecordDamage, ContradictingSizesNeverReachOutsideAChannel) {
+    test::DataSet dataSet = test::dataSetOf({{1, 2, 3}, {4, 5, 6}});
+    dataSet->m_totalSample = 5;
+    double min, max;
+    EXPECT_EQ(dataSet->getValue(4, 0), 0.0);
+    EXPECT_EQ(dataSet->getValueSelect(1, 4, 1), 11.0 / 4);
+    EXPECT_EQ(dataSet->getIcaDataRange(min, max, true, 2, 4), 1);
+    EXPECT_EQ(std::pair(min, max), std::pair(0.0, 6.0));
+    CMMatrix1Dzq* vectors = nullptr;
+    std::int64_t count = 7;
+    EXPECT_EQ(dataSet->getData2MCohTimSnsSns(vectors, count), 0)
+        << "more vectors than any channel has samples";
+    EXPECT_EQ(vectors, nullptr);
+    const std::unique_ptr<CMMatrix1Dzq[]> own(new CMMatrix1Dzq[5]);
+    vectors = own.get();
+    count = 5;
+    EXPECT_EQ(dataSet->getData2MCohTimSnsSns(vectors, count), 1);
+    EXPECT_EQ(own[4].getData()[1], 0.0);
+    EXPECT_EQ(dataSet->addMSnsSnsTimID(&own[0], 4), 1) << "a missing sample is not written";
+
+    for (const std::int64_t extreme : {std::numeric_limits<std::int64_t>::min(), std::int64_t{-1},
+                                       std::numeric_limits<std::int64_t>::max()}) {
+        dataSet->m_totalSample = dataSet->m_selectBegin = dataSet->m_selectEnd = dataSet->m_selectIca =
+            extreme;
+        askEverything(*dataSet);
+    }
+}
+
+TEST(RecordDamage, ValuesThatDidNotComeAreZero) {
+    CChnlIcaDatazq whole, cut;
+    const double values[] = {1, 2, 3};
+    whole.copy2Mtx(values, 3);
+    Bytes bytes = stored(whole);
+    bytes.resize(bytes.size() - 8 - 4 - 12 - 8 -
+                 7); // what follows the values, the third value and most of the second
+    EXPECT_EQ(load(cut, bytes).messages, std::vector<CString>{"Read Ica data error!?"});
+    EXPECT_EQ(test::values(cut), (std::vector<double>{1, 0, 0}));
+}
+
+// A count of 2^40 or -1 in every place that has one: a message or an exception at once, and no memory that
+// the file does not justify.
+TEST(RecordDamage, ImpossibleCountsCostNothing) {
+    const Bytes whole = goldenFile("package_several.bin");
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    for (const std::int64_t count :
+         {std::int64_t{1} << 40, std::int64_t{-1}, std::int64_t{1} << 61, std::int64_t{70'000}}) {
+        for (std::size_t at = 0; at + 8 <= whole.size(); ++at) {
+            Bytes damaged = whole;
+            std::memcpy(&damaged[at], &count, 8);
+            CFaceIcazq package;
+            load(package, damaged);
+            if (at % 16 != 0) continue;
+            for (std::int64_t k = 0; k < package.getTotalIca(); ++k)
+                askEverything(*package.getIcaData(static_cast<std::int32_t>(k)));
+        }
+    }
+    getrusage(RUSAGE_SELF, &after);
+#if !defined(ICAWAVE_SANITIZED)
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 256 * 1024) << "KiB at the peak";
+#endif
+}
+
+// The n-th allocation fails, for every n: the library's own exception, result or message, never
+// std::bad_alloc, and nothing leaks.
+TEST(RecordDamage, EveryFailingAllocationIsTold) {
+    const Bytes whole = goldenFile("package_several.bin");
+    long n = 0;
+    for (bool reached = true; reached; ++n) {
+        CFaceIcazq package;
+        icawave::ScriptedFrontEnd ui;
+        ui.messages.reserve(100);
+        test::Reader reader(whole);
+        std::int32_t result = 0;
+        bool raised = false;
+        {
+            const test::FailAllocation failure(n);
+            try {
+                result = package.serialize(reader.archive);
+            } catch (const CException&) {
+                raised = true;
+            }
+            reached = failure.failed();
+        }
+        // Items that find no memory are the one failure that a channel's result tells, and a package does not
+        // consult it.
+        EXPECT_TRUE(!reached || raised || !ui.messages.empty() || result == 0 || reader.archive.firstFault())
+            << n;
+        EXPECT_TRUE(reached || result == 1);
+    }
+    EXPECT_GT(n, 50);
+}
+
+} // namespace

@@ -1,0 +1,106 @@
+#include <icawave/TrialIcaData.h>
+
+#include "platform/Alloc.h"
+#include "trial/Values.h"
+
+namespace {
+
+const CString& defaultName() {
+    static const CString name = u"IcaTrial";
+    return name;
+}
+
+const CString& defaultComputeInfo() {
+    static const CString info = u"ICA ComputeInfo";
+    return info;
+}
+
+// The first channel that cannot be sized ends it.
+bool sizeChannels(CChnlIcaDatazq* channels, std::int64_t nChnl, std::int64_t nSample, bool zero) {
+    for (std::int64_t k = 0; k < nChnl; ++k) {
+        if (!channels[k].checkInitData(nSample, zero)) return false;
+    }
+    return true;
+}
+
+} // namespace
+
+CTrialIcaData::CTrialIcaData() : m_icaName(defaultName()), m_icaCmptInfo(defaultComputeInfo()) {}
+
+std::int32_t CTrialIcaData::checkInitSnsIcaData(std::int64_t nChnl, std::int64_t nSample, bool zero) {
+    if (!verifyWavIcaDataSize(nChnl, nSample)) cleanSnsIcaData();
+    if (nChnl < 1 || nSample < 1) return 0;
+    if (m_chnlIcaData) {
+        if (sizeChannels(m_chnlIcaData, nChnl, nSample, zero)) return 1;
+        cleanSnsIcaData();
+        return 0;
+    }
+    m_chnlIcaData = icawave::newArray<CChnlIcaDatazq>(nChnl);
+    if (!m_chnlIcaData) {
+        cleanSnsIcaData();
+        return 0;
+    }
+    if (!sizeChannels(m_chnlIcaData, nChnl, nSample, zero)) {
+        cleanSnsIcaData();
+        return 0;
+    }
+    m_chnlTotal = nChnl;
+    m_totalSample = nSample;
+    m_selectIca = 0;
+    m_selectBegin = 0;
+    return 1;
+}
+
+std::int32_t CTrialIcaData::cleanSnsIcaData() {
+    delete[] m_chnlIcaData;
+    m_chnlIcaData = nullptr;
+    m_chnlTotal = m_totalSample = m_selectIca = m_selectBegin = m_selectEnd = 0;
+    return 1;
+}
+
+std::int32_t CTrialIcaData::addIcaData(std::int32_t nChnl, std::int32_t nComp, std::int32_t nSample,
+                                       const double* const* W, const double* const* V,
+                                       const double* const* data) {
+    if (nChnl >= 1 && (!data || std::find(data, data + nChnl, nullptr) != data + nChnl)) return 0;
+    if (!getIcaParamzq(1)) return 0;
+    m_icaParam->addIcaParam(nChnl, nComp, nSample, W, V);
+    if (!checkInitSnsIcaData(nChnl, nSample, false)) return 0;
+    for (std::int32_t k = 0; k < nChnl; ++k) {
+        m_chnlIcaData[k].copy2Mtx(data[k], nSample);
+        m_chnlIcaData[k].m_chnlName = CString::Format(u"ICA%d", k + 1);
+    }
+    return 1;
+}
+
+CIcaParamzq* CTrialIcaData::getIcaParamzq(std::int32_t create) {
+    if (!m_icaParam && create != 0) m_icaParam = new (std::nothrow) CIcaParamzq;
+    return m_icaParam;
+}
+
+std::int32_t CTrialIcaData::cleanIcaParam() {
+    delete m_icaParam;
+    m_icaParam = nullptr;
+    return 1;
+}
+
+std::int64_t CTrialIcaData::getIcaTim(std::int64_t a, std::int64_t step, std::int64_t b) {
+    if (a <= b) return 1;
+    if (step < 1) return 0;
+    // The difference of any two indices fits 64 bits without a sign.
+    const std::uint64_t difference = static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b);
+    const auto width = static_cast<std::uint64_t>(step);
+    return static_cast<std::int64_t>(1 + difference / width + (difference % width != 0 ? 1 : 0));
+}
+
+std::int32_t CTrialIcaData::verifyWavIcaDataSize(std::int64_t nChnl, std::int64_t nSample) {
+    return nChnl == m_chnlTotal && nSample == m_totalSample ? 1 : 0;
+}
+
+double CTrialIcaData::getLatency4PtSecond(std::int64_t pt) {
+    return static_cast<double>(pt) / m_sampleRate + m_anaLatencyBegin;
+}
+
+std::int32_t CTrialIcaData::checCorrectkSelectIca() {
+    m_selectIca = icawave::clampIndex(m_selectIca, m_chnlTotal);
+    return 0;
+}

@@ -1,0 +1,116 @@
+#include <icawave/IcaWaveManager.h>
+
+#include <icawave/FaceIca.h>
+#include <icawave/platform/Message.h>
+
+#include "ui/Resources.h"
+
+#include <memory>
+
+const CRuntimeClass CListIcaWaveDataset::classCListIcaWaveDataset = {"CListIcaWaveDataset",
+                                                                     &CListCtrl::classCListCtrl};
+
+namespace {
+
+constexpr std::uint32_t trackSelect = 0x08, oneClickActivate = 0x40;
+constexpr std::int32_t imageHidden = 0, imageShown = 1;
+constexpr std::int32_t columnWidth = 90; // pixels
+
+// Both kinds hold the icon of a hidden data set, then that of a shown one.
+CImageList* newImageList(std::int32_t size) {
+    auto images = std::make_unique<CImageList>();
+    images->Create(size, size);
+    images->AddIcon(icawave::iconHidden);
+    images->AddIcon(icawave::iconShown);
+    return images.release();
+}
+
+// Clicks on a header sort nothing, and nobody else is asked.
+constexpr icawave::MessageMapEntry listEntries[] = {
+    {icawave::message::reflectedNotify, 0, icawave::columnClicked,
+     [](CWnd&, std::uintptr_t, std::intptr_t) { return std::intptr_t{0}; }},
+};
+constexpr icawave::MessageMap listMap = {nullptr, listEntries};
+
+} // namespace
+
+const CRuntimeClass* CListIcaWaveDataset::GetRuntimeClass() const {
+    return &classCListIcaWaveDataset;
+}
+
+CListIcaWaveDataset::~CListIcaWaveDataset() {
+    SetImageList(nullptr, 1);
+    SetImageList(nullptr, 0);
+    delete m_imageListSmall;
+    delete m_imageListNormal;
+}
+
+const icawave::MessageMap* CListIcaWaveDataset::GetMessageMap() const {
+    return &listMap;
+}
+
+std::int32_t CListIcaWaveDataset::initListCtrl() {
+    delete m_imageListNormal;
+    delete m_imageListSmall;
+    SetImageList(m_imageListNormal = newImageList(32), 0);
+    SetImageList(m_imageListSmall = newImageList(16), 1);
+    initColumns();
+    SetExtendedStyle(trackSelect | oneClickActivate);
+    return 1;
+}
+
+std::int32_t CListIcaWaveDataset::initColumns() {
+    while (DeleteColumn(0)) {
+    }
+    std::int32_t position = 0;
+    for (const char16_t* title :
+         {u"Name", u"Sample", u"Num ICA", u"Act ICA", u"Class", u"Select B", u"Select E", u"Current"}) {
+        InsertColumn(position, title, 0, columnWidth, position + 1);
+        ++position;
+    }
+    return 1;
+}
+
+std::int32_t CListIcaWaveDataset::addIcaDataRow(std::int32_t index) {
+    if (!m_facePkg) return 0;
+    const std::int32_t id = index == -1 ? m_facePkg->m_curntIcaDataSetID : index;
+    CTrialIcaDatazq* dataSet = id < 0 ? nullptr : m_facePkg->getIcaData(id);
+    if (!dataSet) return 0;
+    const std::int32_t row =
+        InsertItem(index, dataSet->m_icaName, dataSet->m_icaShow ? imageShown : imageHidden);
+    if (row < 0) return 0;
+    dataSet->m_listID = row;
+    const CString samples =
+        CString::Format(u"%I64d", dataSet->getTotalSample()); // clamps m_selectIca, which is shown next
+    const CString cells[] = {
+        samples,
+        CString::Format(u"%d", dataSet->m_chnlTotal),
+        CString::Format(u"%d", dataSet->m_selectIca),
+        CString::Format(u"%d", dataSet->m_icaClass),
+        CString::Format(u"%d", dataSet->m_selectBegin),
+        CString::Format(u"%d", dataSet->m_selectEnd),
+        id == m_facePkg->m_curntIcaDataSetID ? u"Front" : u"Back",
+    };
+    std::int32_t column = 1;
+    for (const CString& cell : cells) {
+        if (!SetItemText(row, column++, cell)) return 0;
+    }
+    return 1;
+}
+
+std::int32_t CListIcaWaveDataset::refreshRows() {
+    const CWaitCursor wait;
+    DeleteAllItems();
+    if (!m_facePkg) return 0;
+    for (std::int32_t k = 0; k < static_cast<std::int32_t>(m_facePkg->getTotalIca()); ++k) addIcaDataRow(k);
+    return 1;
+}
+
+std::int32_t CListIcaWaveDataset::setShow4Selected(bool show) {
+    if (!m_facePkg) return 0;
+    for (std::int32_t k = 0; k < static_cast<std::int32_t>(m_facePkg->getTotalIca()); ++k) {
+        CTrialIcaDatazq* dataSet = m_facePkg->getIcaData(k);
+        if (dataSet && GetItemState(dataSet->m_listID, icawave::itemSelected)) dataSet->setIcaShow(show);
+    }
+    return refreshRows();
+}
