@@ -1,6 +1,7 @@
 include(CMakePackageConfigHelpers)
 
 install(TARGETS icawave EXPORT icawaveTargets FILE_SET HEADERS)
+install(TARGETS icawave_cli)
 install(EXPORT icawaveTargets NAMESPACE icawave:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/icawave)
 
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/icawaveConfig.cmake

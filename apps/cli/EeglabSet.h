@@ -1,0 +1,51 @@
+// An EEGLAB data set with a decomposition: the .set file and, where the samples lie in one, the .fdt beside
+// it. With x one sample of the sensors used, in the order in which the file names them,
+//     s = icaweights * icasphere * x.
+#pragma once
+
+#include "apps/cli/MatFile.h"
+
+#include <fstream>
+
+namespace icawave::cli {
+
+class EeglabSet {
+public:
+    explicit EeglabSet(const std::string& path); // a Failure for everything that does not fit together
+
+    // The samples of one trial, sensors used x samples.
+    Eigen::MatrixXd samples(std::int64_t trial);
+    // The component values that the file keeps of it, components x samples.
+    Eigen::MatrixXd storedActivations(std::int64_t trial) const;
+    bool hasActivations() const { return !m_activations.isEmpty(); }
+
+    CString name;              // setname; empty when the file has none
+    std::string sampleFile;    // base name of the .fdt; empty: the samples lie in the .set
+    std::int64_t channels = 0; // of the recording
+    std::int64_t sampleCount = 0;
+    std::int64_t trials = 0;
+    double samplingRate = 0.0;               // Hz
+    double begin = 0.0, end = 0.0;           // seconds
+    Eigen::MatrixXd weights, sphere, mixing; // icaweights, icasphere, icawinv
+    std::vector<Eigen::Index> sensors;       // rows of the recording that the decomposition uses
+    std::vector<bool> hidden;                // the components marked for rejection
+    std::vector<std::string> leftOut;        // what the file has beyond this
+
+private:
+    MatValue field(const char* name);
+    void readDecomposition();
+    void readSensors();
+    void readMarks();
+    void openSamples();
+    void openSampleFile(const CString& stated);
+    void noteLeftOut();
+
+    std::string m_path;
+    MatFile m_file;
+    MatValue m_set; // the structure EEG; missing where its fields are variables of their own
+    MatValue m_data;
+    MatValue m_activations;
+    std::ifstream m_samples; // the .fdt
+};
+
+} // namespace icawave::cli

@@ -1,0 +1,91 @@
+// icawave: the command line. Every command either does all of its work or ends with one line on stderr; the
+// exit status is 0 or 1.
+#include "apps/cli/Commands.h"
+#include "apps/cli/Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <fcntl.h>
+#include <iostream>
+#include <unistd.h>
+
+namespace {
+
+using namespace icawave::cli;
+
+// A standard stream that the caller closed must not become the first file that a command opens.
+void occupyStandardStreams() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) == -1) ::open("/dev/null", O_RDONLY);
+    }
+}
+
+int fail(const std::string& what) {
+    std::cout.flush(); // what there was to print comes before the complaint
+    std::cerr << "icawave: " << printable(what) << '\n';
+    return 1;
+}
+
+void run(int argc, char** argv) {
+    CLI::App app("Inspects, converts and stores component analyses of MEG and EEG recordings.", "icawave");
+    app.require_subcommand(1);
+    std::string file, target;
+    std::optional<std::int32_t> index;
+    bool json = false;
+    const auto command = [&](const char* name, const char* purpose, const char* fileName,
+                             const std::function<void()>& work) {
+        CLI::App* added = app.add_subcommand(name, purpose);
+        added->add_option(fileName, file, "the file to read")->required();
+        added->callback(work);
+        return added;
+    };
+    const char* const asJson = "machine-readable output";
+
+    command("import", "Make a package from an EEGLAB data set", "SRC.set", [&] { importSet(file, target); })
+        ->add_option("-o", target, "the package to write")
+        ->type_name("OUT.icpkg")
+        ->required();
+    command("list", "Print one row for each data set", "FILE", [&] {
+        list(file, json);
+    })->add_flag("--json", json, asJson);
+    command("info", "Print what a file holds", "FILE", [&] {
+        info(file, json);
+    })->add_flag("--json", json, asJson);
+    CLI::App* exporting =
+        command("export", "Write the values of one data set (.csv, .npy) or the data set itself (.icd)",
+                "FILE", [&] { exportDataSet(file, index, target); });
+    exporting->add_option("-d", index, "the data set, counted from 0; needed for a package")
+        ->type_name("INDEX");
+    exporting->add_option("-o", target, "the file to write")->type_name("OUT")->required();
+    command("check", "Read everything and report the first fault", "FILE", [&] { check(file); });
+    command("dump", "Print every field as JSON, doubles as their bits", "FILE",
+            [&] { dumpFile(file, target); })
+        ->add_option("-o", target, "write to this file instead")
+        ->type_name("OUT");
+    command("copy", "Load a file and store it again", "IN", [&] { copy(file, target); })
+        ->add_option("OUT", target, "the file to write")
+        ->required();
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& help) {
+        app.exit(help);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    occupyStandardStreams();
+    std::signal(SIGPIPE, SIG_IGN); // a reader that went away shows as a failed write
+    std::ios::sync_with_stdio(false);
+    try {
+        run(argc, argv);
+        if (!std::cout.flush()) throw Failure("standard output", "cannot be written");
+        return 0;
+    } catch (const std::bad_alloc&) {
+        return fail("out of memory");
+    } catch (const std::exception& e) {
+        return fail(e.what());
+    }
+}

@@ -1,0 +1,300 @@
+"""The command line: test_cli.py ICAWAVE GOLDEN_DIR"""
+import csv
+import json
+import os
+import pathlib
+import re
+import shutil
+import stat
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import numpy as np
+import scipy.io
+
+ICAWAVE = sys.argv[1]
+GOLDEN = pathlib.Path(sys.argv[2])
+CASES = [case for case in json.loads((GOLDEN / "MANIFEST.json").read_text())["cases"]
+         if case["kind"] in ("package", "dataset") and not case["preload"]]
+
+
+def from_bits(patterns):
+    return np.array([int(p, 16) for p in patterns], dtype=np.uint64).view(np.float64)
+
+
+class Case(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def run_it(self, *words, **more):
+        return subprocess.run([ICAWAVE, *map(str, words)], cwd=self.folder, capture_output=True, timeout=60,
+                              **more)
+
+    def good(self, *words):
+        done = self.run_it(*words)
+        self.assertEqual((done.returncode, done.stderr), (0, b""), words)
+        return done.stdout.decode()
+
+    def bad(self, pattern, *words):
+        """Status 1 and one line on stderr that the pattern describes. Returns stdout."""
+        done = self.run_it(*words)
+        error = done.stderr.decode()
+        self.assertEqual(done.returncode, 1, words)
+        self.assertRegex(error, r"\Aicawave: [^\n]*\n\Z")
+        self.assertRegex(error, pattern)
+        return done.stdout.decode()
+
+    def dump(self, file):
+        return json.loads(self.good("dump", file))["object"]
+
+
+class Records(Case):
+    def test_copy_gives_the_bytes_that_every_writer_gives(self):
+        sound = [case for case in CASES if case["resave"] and case["group"].startswith("valid")]
+        self.assertGreater(len(sound), 50)
+        for case in sound:
+            with self.subTest(case["name"]):
+                self.good("copy", GOLDEN / case["file"], "copy")
+                self.assertEqual((self.folder / "copy").read_bytes(), (GOLDEN / case["resave"]).read_bytes())
+
+    def test_dump_and_check_agree_with_the_expected_outcomes(self):
+        """What loading left, sound or not; a fault is one line with its place, whatever the file."""
+        for case in CASES:
+            expected = json.loads((GOLDEN / case["expected"]).read_text())
+            outcomes = expected["accept"] + expected["tolerate"]
+            faults = [bool(o["messages"]) or o["exception"] is not None for o in outcomes]
+            if len(set(faults)) != 1:
+                continue
+            file = GOLDEN / case["file"]
+            with self.subTest(case["name"]):
+                done = self.run_it("dump", file)
+                self.assertEqual(done.returncode, 1 if faults[0] else 0)
+                if done.stdout and '"any"' not in json.dumps(outcomes):
+                    self.assertIn(json.loads(done.stdout)["object"], [o["object"] for o in outcomes])
+                if faults[0]:
+                    self.bad(r"at byte \d+ in |neither a package nor a data set file", "check", file)
+                    self.bad("icawave", "copy", file, "copy")
+                    self.assertEqual(list(self.folder.iterdir()), [])
+                else:
+                    size = file.stat().st_size
+                    self.assertIn(f", {size} bytes, no fault found", self.good("check", file))
+
+    def test_check_names_the_place_of_the_first_fault(self):
+        package = sorted((c for c in CASES if c["group"] == "valid" and c["kind"] == "package"),
+                         key=lambda c: -(GOLDEN / c["file"]).stat().st_size)[0]
+        whole = (GOLDEN / package["file"]).read_bytes()
+        keyword = "WAVEICADATA".encode("utf-16-le")
+        places = [m.start() for m in re.finditer(re.escape(keyword), whole)]
+        broken = bytearray(whole)
+        broken[places[1]] ^= 1
+        table = [(whole[:-1], f"unexpected end of file at byte {len(whole) - 1} in FACEICA"),
+                 (bytes(broken), rf"Unknown MMatrix1D file! at byte {places[1] - 4} in FACEICA, TRIALICADATA 0, "
+                                 "WAVEICADATA 1"),
+                 (b"", "neither a package"), (whole[2:], "neither a package")]
+        for content, pattern in table:
+            (self.folder / "f").write_bytes(content)
+            self.bad(pattern, "check", "f")
+        (self.folder / "f").write_bytes(whole + b"more")
+        self.assertIn("; 4 bytes behind the record", self.good("check", "f"))
+
+
+def small_set(**changes):
+    """Two of three channels, two trials of five samples."""
+    random = np.random.default_rng(1)
+    fields = dict(setname="réc", nbchan=3, pnts=5, trials=2, srate=250.0, xmin=-0.008, xmax=0.008,
+                  data=random.normal(size=(3, 5, 2)), icaweights=random.normal(size=(2, 2)),
+                  icasphere=random.normal(size=(2, 2)), icawinv=random.normal(size=(2, 2)),
+                  icachansind=np.array([[3, 1]]), icaact=np.zeros((0, 0)), event=np.zeros((0, 0)))
+    fields.update(changes)
+    return {name: value for name, value in fields.items() if value is not None}
+
+
+class Import(Case):
+    def make(self, top_level=False, **changes):
+        fields = small_set(**changes)
+        scipy.io.savemat(self.folder / "in.set", fields if top_level else {"EEG": fields})
+        return fields
+
+    def values(self, trial):
+        self.good("export", "out.icpkg", "-d", trial, "-o", "v.npy")
+        return np.load(self.folder / "v.npy")
+
+    def test_values_and_parameters(self):
+        random = np.random.default_rng(2)
+        reduced = dict(icaweights=random.normal(size=(2, 3)), icasphere=random.normal(size=(3, 3)),
+                       icawinv=random.normal(size=(3, 2)), icachansind=np.zeros((0, 0)))
+        samples = random.normal(size=(3, 5, 2)).astype("<f4")
+        (self.folder / "data.fdt").write_bytes(samples.tobytes(order="F"))
+        table = {"square": {}, "single": dict(data=samples), "reduced": reduced, "top level": dict(top_level=True),
+                 "file": dict(data="/elsewhere/data.fdt"), "datfile": dict(data="", datfile=r"C:\x\data.fdt"),
+                 "continuous": dict(data=samples[:, :, 0], trials=1),
+                 "one component": dict(icaweights=[[2.0]], icasphere=[[0.5]], icawinv=[[1.0]], icachansind=2)}
+        for name, changes in table.items():
+            with self.subTest(name):
+                eeg = self.make(**changes)
+                report = self.good("import", "in.set", "-o", "out.icpkg")
+                data = samples if isinstance(eeg["data"], str) else eeg["data"]
+                data = np.asarray(data, float).reshape(3, 5, -1)
+                used = np.ravel(eeg["icachansind"]).astype(int) - 1
+                data = data[used] if used.size else data
+                unmix = np.asarray(eeg["icaweights"]) @ eeg["icasphere"]
+                trials = json.loads(self.good("list", "out.icpkg", "--json"))["dataSets"]
+                self.assertEqual([t["name"] for t in trials],
+                                 [f"réc trial {k + 1}" for k in range(data.shape[2])])
+                self.assertIn(f"{len(data)} sensor", report)
+                for k in range(data.shape[2]):
+                    expected = unmix @ data[:, :, k]
+                    error = np.linalg.norm(self.values(k) - expected) / np.linalg.norm(expected)
+                    self.assertLess(error, 1e-12)
+                package = self.dump("out.icpkg")
+                field = lambda name: package["m_icaDataArray[0]." + name]
+                matrix = lambda m: from_bits(field(f"m_icaParam.{m}.data")).reshape(
+                    field(f"m_icaParam.{m}.rows"), field(f"m_icaParam.{m}.cols"))
+                np.testing.assert_allclose(matrix("m_Wunmix") @ matrix("m_extraMatrixA"), unmix, rtol=1e-12)
+                np.testing.assert_allclose(matrix("m_Wsecond") @ matrix("m_Wunmix"), np.eye(len(unmix)), atol=1e-12)
+                np.testing.assert_array_equal(matrix("m_extraMatrixB"), eeg["icawinv"])
+                self.assertEqual((field("m_selectEnd"), field("m_icaInfo")[3], field("m_icaShow")), (4, 2, 1))
+                self.assertEqual(list(from_bits([field("m_sampleRate"), field("m_anaLatencyBegin"),
+                                                 field("m_anaLatencyEnd")])), [250.0, -0.008, 0.008])
+
+    def test_the_report_tells_what_is_special(self):
+        eeg = small_set()
+        unmix = eeg["icaweights"] @ eeg["icasphere"]
+        stored = np.einsum("kn,npt->kpt", unmix, eeg["data"][[2, 0]])
+        off = stored.copy()
+        off[1, 4, 1] += 0.25 * np.abs(stored).max()
+        table = [(dict(reject={"gcompreject": np.array([[0, 1]])}), "1 component hidden"),
+                 (dict(icaweights=np.ones((2, 2))), "singular"), (dict(setname=""), "no setname"),
+                 (dict(icaact=stored), r"difference from the stored activations: \d(\.\d+)?(e-1\d)? of"),
+                 (dict(icaact=off), r"difference from the stored activations: 0\.2\d+ of"),
+                 (dict(event={"type": "x"}), "not imported: events, 1 channel outside")]
+        for changes, pattern in table:
+            self.make(**changes)
+            self.assertRegex(self.good("import", "in.set", "-o", "out.icpkg"), pattern)
+            first = self.dump("out.icpkg")
+            shown = [first[f"m_icaDataArray[1].m_chnlIcaData[{k}].m_show"] for k in range(2)]
+            self.assertEqual(shown, [1, 0] if "reject" in changes else [1, 1])
+            self.assertEqual(first["m_icaDataArray[0].m_icaParam.m_Wsecond.rows"], 0 if pattern == "singular" else 2)
+
+    def test_every_fault_is_named_and_nothing_is_written(self):
+        (self.folder / "short.fdt").write_bytes(b"\0" * 119)
+        table = [(dict(icaweights=None), "no decomposition"), (dict(icaweights=np.zeros((0, 0))), "no decomposition"),
+                 (dict(icasphere=np.ones((3, 2))), r"EEG\.icasphere is 3 x 2 instead of 2 x 2"),
+                 (dict(icasphere=np.ones((2, 3)), icawinv=np.ones((3, 2))), "icasphere is 2 x 3 instead of 2 x 2"),
+                 (dict(icawinv=np.ones((3, 2))), "icawinv is 3 x 2"), (dict(icawinv=None), "icawinv is missing"),
+                 (dict(icaweights=1j * np.ones((2, 2))), "complex"), (dict(icaweights="text"), "not numeric"),
+                 (dict(icaweights=np.full((2, 2), np.nan)), "not finite"), (dict(icaweights={"a": 1}), "not numeric"),
+                 (dict(icachansind=np.array([0, 1])), "channel 0 of 3"), (dict(icachansind=[1, 4]), "channel 4 of 3"),
+                 (dict(icachansind=[1.5, 2]), "channel 1.5"), (dict(icachansind=[1, 2, 3]), "icasphere is 2 x 2"),
+                 (dict(srate=None), "srate is missing"), (dict(srate=0), "srate is not positive"),
+                 (dict(nbchan=np.nan), "nbchan is not finite"), (dict(pnts=np.zeros((0, 0))), "pnts is missing"),
+                 (dict(trials=-2), "trials is -2"), (dict(trials=1e300), "trials is 1e"), (dict(trials=1.5), "trials is 1.5"),
+                 (dict(trials=3), "data is 3 x 5 x 2 instead of 3 x 5 x 3"), (dict(xmin=[1, 2]), "xmin is not a single"),
+                 (dict(data=None), "data is missing"), (dict(data="none.fdt"), "cannot read none.fdt"),
+                 (dict(data="short.fdt"), "holds 119 bytes instead of 120"), (dict(data="x.dat"), "no .fdt"),
+                 (dict(data="short.fdt", nbchan=2**31 - 1, pnts=2**31 - 1, trials=99, icachansind=[1, 2]), "impossible"),
+                 (dict(icaact=np.zeros((2, 5))), "icaact is 2 x 5"), (dict(setname=7), "setname is not a line"),
+                 (dict(reject={"gcompreject": [1]}), "marks 1 component of 2")]
+        for changes, pattern in table:
+            with self.subTest(pattern):
+                self.make(**changes)
+                self.bad(r"in\.set: .*" + pattern, "import", "in.set", "-o", "out.icpkg")
+                self.assertFalse((self.folder / "out.icpkg").exists())
+        scipy.io.savemat(self.folder / "in.set", {"x": 1})
+        self.bad("holds no EEGLAB data set", "import", "in.set", "-o", "out.icpkg")
+        self.make()
+        (self.folder / "in.set").write_bytes((self.folder / "in.set").read_bytes()[:1200])
+        self.bad(r"in\.set: ", "import", "in.set", "-o", "out.icpkg")
+
+
+class Tables(Case):
+    def setUp(self):
+        super().setUp()
+        scipy.io.savemat(self.folder / "in.set", {"EEG": small_set(setname="a\n\x1b[31m,é")})
+        self.good("import", "in.set", "-o", "p.icpkg")
+
+    def test_list_and_info(self):
+        lines = self.good("list", "p.icpkg").splitlines()
+        self.assertEqual(re.split(r"  +", lines[0]), ["Index", "Name", "Sample", "Num ICA", "Act ICA", "Class",
+                                                      "Select B", "Select E", "Current", "Shown"])
+        self.assertEqual(lines[2].split(), r"1 a\u000a\u001b[31m,é trial 2 5 2 0 0 0 4 Back shown".split())
+        self.assertEqual(len({line.index(word) for line, word in zip(lines, ("Current", "Front", "Back"))}), 1)
+        info = json.loads(self.good("info", "p.icpkg", "--json"))
+        self.assertEqual(info["shapes"], [{"count": 2, "components": 2, "samples": 5}])
+        self.assertEqual((info["dataSets"], info["current"], info["hiddenComponents"]), (2, 0, 0))
+        self.assertIn("2 x (nIca 2, nComp 2, nSample 5, unmixing 2 x 2", self.good("info", "p.icpkg"))
+
+    def test_export_keeps_every_bit(self):
+        for name in ("v.npy", "v.csv", "v.icd"):
+            self.good("export", "p.icpkg", "-d", 1, "-o", name)
+        package, single = self.dump("p.icpkg"), self.dump("v.icd")
+        bits = [single[f"m_chnlIcaData[{k}].m_data"] for k in range(2)]
+        self.assertEqual(bits[1], package["m_icaDataArray[1].m_chnlIcaData[1].m_data"])
+        values = np.array([from_bits(row) for row in bits])
+        with open(self.folder / "v.csv", newline="") as file:
+            rows = list(csv.reader(file))
+        self.assertEqual(rows[0], ["latency", "ICA1", "ICA2"])
+        self.assertEqual([float(row[0]) for row in rows[1:]], [t / 250.0 - 0.008 for t in range(5)])
+        np.testing.assert_array_equal(np.array(rows[1:], float)[:, 1:].T, values)
+        np.testing.assert_array_equal(np.load(self.folder / "v.npy"), values)
+        self.good("export", "v.icd", "-o", "again.icd")
+        self.assertEqual((self.folder / "again.icd").read_bytes(), (self.folder / "v.icd").read_bytes())
+
+    def test_export_reads_missing_samples_as_the_library_does(self):
+        """One channel shorter than the data set, and a stated count far beyond all channels."""
+        self.good("export", "p.icpkg", "-d", 0, "-o", "v.icd")
+        record = (self.folder / "v.icd").read_bytes()
+        counts = len("TRIALICADATA") * 2 + 4 + 4 + 4  # the text with its prefix, version and one integer
+        huge = record[:counts] + (2**62).to_bytes(8, "little") + record[counts + 8:]
+        (self.folder / "huge.icd").write_bytes(huge)
+        self.good("export", "huge.icd", "-o", "v.npy")
+        self.assertEqual(np.load(self.folder / "v.npy").shape, (2, 5))
+        self.assertIn(" 5 ", self.bad("Ic data points error!", "list", "huge.icd"))
+
+    def test_usage_and_file_errors(self):
+        (self.folder / "junk").write_bytes(b"junk")
+        table = [([], "subcommand"), (["frob"], "subcommand"), (["list"], "FILE is required"), (["list", "none"], "none: No such"),
+                 (["list", "."], "is a directory"), (["info", "junk"], "junk: neither a package nor"),
+                 (["export", "p.icpkg", "-o", "v.csv"], "needs -d"), (["export", "p.icpkg", "-d", "x", "-o", "v.csv"], "-d"),
+                 (["export", "p.icpkg", "-d", "2", "-o", "v.csv"], "no data set 2; the file holds 2"),
+                 (["export", "p.icpkg", "-d", "-1", "-o", "v.csv"], "no data set -1"),
+                 (["export", "p.icpkg", "-d", "0", "-o", "v.txt"], "must end in"),
+                 (["copy", "p.icpkg", "/dev/full"], "no space"), (["copy", "p.icpkg", "."], "Is a directory"),
+                 (["copy", "p.icpkg", "none/x"], "No such"), (["dump", "p.icpkg", "-o", "/dev/full"], "no space"),
+                 (["import", "none", "-o", "x"], "none: No such"), (["import", "junk", "-o", "x"], "junk: "),
+                 (["import", "in.set", "-o", "in.set"], "is the file to import"), (["list", "a\nb"], r"a\\u000ab")]
+        before = sorted(self.folder.iterdir())
+        for words, pattern in table:
+            with self.subTest(words):
+                self.bad(pattern, *words)
+                self.assertEqual(sorted(self.folder.iterdir()), before)
+        for words in (["--help"], *([name, "--help"] for name in "import list info export check dump copy".split())):
+            self.assertIn("Usage: icawave", self.good(*words))
+        with open("/dev/full", "w") as full:
+            failed = subprocess.run([ICAWAVE, "list", self.folder / "p.icpkg"], stdout=full, stderr=subprocess.PIPE)
+        closed = subprocess.run(f"'{ICAWAVE}' list '{self.folder}/p.icpkg' >&-", shell=True, stderr=subprocess.PIPE)
+        for done in (failed, closed):
+            self.assertEqual((done.returncode, done.stderr), (1, b"icawave: standard output: cannot be written\n"))
+
+    def test_saving_replaces_a_file_only_when_it_is_complete(self):
+        old, link = self.folder / "old", self.folder / "link"
+        old.write_bytes(b"old")
+        old.chmod(0o640)
+        link.symlink_to("old")
+        tiny = lambda: __import__("resource").setrlimit(__import__("resource").RLIMIT_FSIZE, (500, 500))
+        done = self.run_it("copy", "p.icpkg", "old", preexec_fn=lambda: (
+            __import__("signal").signal(__import__("signal").SIGXFSZ, __import__("signal").SIG_IGN), tiny()))
+        self.assertEqual((done.returncode, old.read_bytes()), (1, b"old"))
+        self.assertEqual(len(list(self.folder.iterdir())), 4)
+        self.good("copy", "p.icpkg", "link")
+        self.assertTrue(link.is_symlink())
+        self.assertEqual(stat.S_IMODE(old.stat().st_mode), 0o640)
+        self.good("copy", "old", "old")
+        self.assertEqual(old.read_bytes(), (self.folder / "p.icpkg").read_bytes())
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
