@@ -254,6 +254,25 @@ class Tables(Case):
         self.assertEqual(np.load(self.folder / "v.npy").shape, (2, 5))
         self.assertIn(" 5 ", self.bad("Ic data points error!", "list", "huge.icd"))
 
+    def test_norm_and_sum(self):
+        before = np.load(self.export("p.icpkg", 1))
+        rms = np.sqrt((before**2).sum() / 2)
+        self.assertRegex(self.good("norm", "p.icpkg", "-d", 1, "-o", "n.icpkg"), r"^divided by [\d.]+\n$")
+        np.testing.assert_allclose(np.load(self.export("n.icpkg", 1)), before / rms, rtol=1e-14)
+        np.testing.assert_array_equal(np.load(self.export("n.icpkg", 0)), np.load(self.export("p.icpkg", 0)))
+        self.bad("has no values", "norm", GOLDEN / "default_dataset.bin", "-o", "x")
+        self.assertEqual(self.good("sum", "p.icpkg", "-o", "s.icpkg"), "2 data sets summed\n")
+        total = np.load(self.export("p.icpkg", 0)) + before
+        np.testing.assert_array_equal(np.load(self.export("s.icpkg", 0)), total)
+        self.assertEqual(self.dump("s.icpkg")["m_icaDataArray"], 1)
+        several = GOLDEN / "package_several.bin"
+        self.assertEqual(self.good("sum", several, "-o", "s.icpkg"), "1 data set summed; of another size: 1, 2, 3, 4\n")
+        self.assertFalse((self.folder / "x").exists())
+
+    def export(self, file, index):
+        self.good("export", file, "-d", index, "-o", "v.npy")
+        return self.folder / "v.npy"
+
     def test_usage_and_file_errors(self):
         (self.folder / "junk").write_bytes(b"junk")
         table = [([], "subcommand"), (["frob"], "subcommand"), (["list"], "FILE is required"), (["list", "none"], "none: No such"),
@@ -263,7 +282,7 @@ class Tables(Case):
                  (["export", "p.icpkg", "-d", "-1", "-o", "v.csv"], "no data set -1"),
                  (["export", "p.icpkg", "-d", "0", "-o", "v.txt"], "must end in"),
                  (["copy", "p.icpkg", "/dev/full"], "no space"), (["copy", "p.icpkg", "."], "Is a directory"),
-                 (["copy", "p.icpkg", "none/x"], "No such"), (["dump", "p.icpkg", "-o", "/dev/full"], "no space"),
+                 (["copy", "p.icpkg", "none/x"], "No such"), (["norm", "p.icpkg", "-d", 2, "-o", "x"], "no data set 2"),
                  (["import", "none", "-o", "x"], "none: No such"), (["import", "junk", "-o", "x"], "junk: "),
                  (["import", "in.set", "-o", "in.set"], "is the file to import"), (["list", "a\nb"], r"a\\u000ab")]
         before = sorted(self.folder.iterdir())

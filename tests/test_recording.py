@@ -2,6 +2,7 @@
 import csv
 import json
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -59,6 +60,25 @@ class Recording(unittest.TestCase):
         single = json.loads(self.icawave("dump", "v.icd"))["object"]
         mixing = [int(bits, 16) for bits in single["m_icaParam.m_extraMatrixB.data"]]
         np.testing.assert_array_equal(np.array(mixing, np.uint64).view(float).reshape(32, 32), eeg["icawinv"])
+
+    def test_statistics_are_those_of_the_values(self):
+        eeg = scipy.io.loadmat(SET)["EEG"][0, 0]
+        data = np.fromfile(SET.with_suffix(".fdt"), "<f4").astype(float).reshape((32, 384, 80), order="F")
+        lines = self.icawave("stats", "r.icpkg").splitlines()
+        self.assertEqual(len(lines), 80)
+        for trial, line in enumerate(lines):
+            values = eeg["icaweights"] @ eeg["icasphere"] @ data[:, :, trial]
+            rms = np.sqrt((values**2).mean(axis=1))
+            expected = [values.min(), values.mean(), values.max(), np.abs(values).mean(), np.sqrt(rms.mean())]
+            name, *numbers = re.fullmatch(r"(.*) Min: (\S+)\tMean: (\S+) Max: (\S+) AbsSum: (\S+) RmsSum: (\S+) ", line).groups()
+            self.assertEqual(name, f"EEG Data epochs trial {trial + 1}")
+            np.testing.assert_allclose(np.array(numbers, float), expected, atol=6e-7, rtol=0)
+        components = self.icawave("stats", "r.icpkg", "-d", "79", "--components").splitlines()[1:]
+        for k, line in enumerate(components):
+            v = values[k]
+            expected = [v.min(), v.mean(), v.max(), v.mean(), np.abs(v).mean(), np.sqrt((v**2).mean())]
+            np.testing.assert_allclose(np.array(line.split()[1:], float), expected, rtol=1e-10, atol=1e-13)
+        self.assertEqual(len(components), 32)
 
 
 if __name__ == "__main__":

@@ -15,7 +15,12 @@ void info(const std::string& file, bool json);
 // data set file.
 void exportDataSet(const std::string& file, std::optional<std::int32_t> index, const std::string& target);
 void check(const std::string& file);
-void dumpFile(const std::string& file, const std::string& target); // an empty target: stdout
+void dumpFile(const std::string& file);
 void copy(const std::string& source, const std::string& target);
+
+// Without an index: all data sets.
+void stats(const std::string& file, std::optional<std::int32_t> index, bool components, bool json);
+void norm(const std::string& file, std::optional<std::int32_t> index, const std::string& target);
+void sum(const std::string& file, const std::string& target);
 
 } // namespace icawave::cli

@@ -75,13 +75,7 @@ void exportDataSet(const std::string& file, std::optional<std::int32_t> index, c
 
     Input input(file);
     input.requireSound();
-    if (!index && input.isPackage()) throw Failure(file, "a package needs -d and the index of a data set");
-    const std::int32_t k = index.value_or(0);
-    if (k < 0 || k >= input.count())
-        throw Failure(file, "there is no data set " + std::to_string(k) + "; the file holds " +
-                                std::to_string(input.count()) + ", counted from 0");
-
-    CTrialIcaDatazq& dataSet = input.dataSet(k);
+    CTrialIcaDatazq& dataSet = input.dataSet(input.checked(index));
     save(target, [&](CFile& out) {
         if (csv) return writeCsv(out, dataSet);
         if (npy) return writeNpy(out, dataSet);

@@ -1,6 +1,7 @@
 #include "apps/cli/Load.h"
 
 #include "apps/cli/Progress.h"
+#include "apps/cli/Save.h"
 #include "apps/cli/Text.h"
 #include "package/DataSetOwner.h"
 
@@ -89,6 +90,23 @@ void Input::load(CArchive& archive) {
     if (messages.count == 0 && result == 0) messages.messageBox("the record could not be read");
     if (messages.count == 0 && !archive.firstFault()) return;
     m_fault = describe(archive.firstFault(), messages.first, archive.offset(), messages.count - 1);
+}
+
+std::int32_t Input::checked(std::optional<std::int32_t> index) {
+    if (!index && m_isPackage) throw Failure(m_path, "a package needs -d and the index of a data set");
+    const std::int32_t k = index.value_or(0);
+    if (k >= 0 && k < count()) return k;
+    throw Failure(m_path, "there is no data set " + std::to_string(k) + "; the file holds " +
+                              std::to_string(count()) + ", counted from 0");
+}
+
+void Input::saveAs(const std::string& path) {
+    save(path, [this](CFile& out) {
+        if (m_isPackage)
+            store(out, m_package);
+        else
+            store(out, dataSet(0));
+    });
 }
 
 void Input::requireSound() const {

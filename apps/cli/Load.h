@@ -35,11 +35,16 @@ public:
     bool isPackage() const { return m_isPackage; }
     CFaceIcazq& package() { return m_package; } // of a data set file: a list of the one, which is current
     std::int32_t count() { return static_cast<std::int32_t>(m_package.getTotalIca()); }
+    // The index that the user gave, 0 without one for a data set file; a Failure when there is no such data
+    // set.
+    std::int32_t checked(std::optional<std::int32_t> index);
     CTrialIcaDatazq& dataSet(std::int32_t index) { return *m_package.getIcaData(index); }
 
     std::int64_t bytes() const { return m_bytes; }           // of the whole file
     std::int64_t bytesBehind() const { return m_following; } // those behind the record
     void requireSound() const;                               // a Failure when loading met a fault
+
+    void saveAs(const std::string& path); // as the record that it was loaded from
 
 private:
     void load(CArchive& archive);

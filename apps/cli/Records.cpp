@@ -2,34 +2,13 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Dump.h"
 #include "apps/cli/Load.h"
-#include "apps/cli/Save.h"
 #include "apps/cli/Text.h"
 
 #include <iostream>
-#include <streambuf>
 
 namespace icawave::cli {
 
 namespace {
-
-// Lets a stream write into a file, which gathers small pieces itself.
-class FileBuffer : public std::streambuf {
-public:
-    explicit FileBuffer(CFile& file) : m_file(file) {}
-
-private:
-    int_type overflow(int_type c) override {
-        const char byte = traits_type::to_char_type(c);
-        m_file.Write(&byte, 1);
-        return traits_type::not_eof(c);
-    }
-    std::streamsize xsputn(const char* bytes, std::streamsize count) override {
-        m_file.Write(bytes, count);
-        return count;
-    }
-
-    CFile& m_file;
-};
 
 void writeJson(std::ostream& out, Input& input) {
     JsonWriter json(out);
@@ -63,30 +42,16 @@ void check(const std::string& file) {
     std::cout << '\n';
 }
 
-void dumpFile(const std::string& file, const std::string& target) {
+void dumpFile(const std::string& file) {
     Input input(file);
-    if (target.empty()) {
-        writeJson(std::cout, input);
-    } else {
-        save(target, [&](CFile& out) {
-            FileBuffer buffer(out);
-            std::ostream stream(&buffer);
-            stream.exceptions(std::ios::badbit); // what the file raises comes through
-            writeJson(stream, input);
-        });
-    }
+    writeJson(std::cout, input);
     input.requireSound();
 }
 
 void copy(const std::string& source, const std::string& target) {
     Input input(source);
     input.requireSound();
-    save(target, [&](CFile& out) {
-        if (input.isPackage())
-            store(out, input.package());
-        else
-            store(out, input.dataSet(0));
-    });
+    input.saveAs(target);
 }
 
 } // namespace icawave::cli

@@ -32,7 +32,7 @@ void run(int argc, char** argv) {
     app.require_subcommand(1);
     std::string file, target;
     std::optional<std::int32_t> index;
-    bool json = false;
+    bool json = false, components = false;
     const auto command = [&](const char* name, const char* purpose, const char* fileName,
                              const std::function<void()>& work) {
         CLI::App* added = app.add_subcommand(name, purpose);
@@ -52,20 +52,35 @@ void run(int argc, char** argv) {
     command("info", "Print what a file holds", "FILE", [&] {
         info(file, json);
     })->add_flag("--json", json, asJson);
+    const auto choosesDataSet = [&](CLI::App* added, const char* meaning) {
+        added->add_option("-d", index, meaning)->type_name("INDEX");
+    };
+    const auto writes = [&](CLI::App* added) {
+        added->add_option("-o", target, "the file to write")->type_name("OUT")->required();
+    };
+    const char* const whichOne = "the data set, counted from 0; needed for a package";
     CLI::App* exporting =
         command("export", "Write the values of one data set (.csv, .npy) or the data set itself (.icd)",
                 "FILE", [&] { exportDataSet(file, index, target); });
-    exporting->add_option("-d", index, "the data set, counted from 0; needed for a package")
-        ->type_name("INDEX");
-    exporting->add_option("-o", target, "the file to write")->type_name("OUT")->required();
+    choosesDataSet(exporting, whichOne);
+    writes(exporting);
     command("check", "Read everything and report the first fault", "FILE", [&] { check(file); });
-    command("dump", "Print every field as JSON, doubles as their bits", "FILE",
-            [&] { dumpFile(file, target); })
-        ->add_option("-o", target, "write to this file instead")
-        ->type_name("OUT");
+    command("dump", "Print every field as JSON, doubles as their bits", "FILE", [&] { dumpFile(file); });
     command("copy", "Load a file and store it again", "IN", [&] { copy(file, target); })
         ->add_option("OUT", target, "the file to write")
         ->required();
+    CLI::App* asking = command("stats", "Print range, means and RMS of each data set", "FILE",
+                               [&] { stats(file, index, components, json); });
+    choosesDataSet(asking, "only this data set, counted from 0");
+    asking->add_flag("--components", components,
+                     "also minimum, mean, maximum, mean, mean magnitude and RMS of each component");
+    asking->add_flag("--json", json, asJson);
+    CLI::App* dividing = command("norm", "Divide the values of one data set by their RMS", "FILE",
+                                 [&] { norm(file, index, target); });
+    choosesDataSet(dividing, whichOne);
+    writes(dividing);
+    writes(command("sum", "Add all data sets of equal size into the first and keep that one", "FILE",
+                   [&] { sum(file, target); }));
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& help) {
