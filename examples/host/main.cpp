@@ -77,7 +77,6 @@ void addTrial(CFaceIcazq& package, const Decomposition& ica, int trial, const st
     dataSet->m_anaLatencyBegin = trialBegin;
     dataSet->m_anaLatencyEnd = dataSet->getLatency4PtSecond(trialSamples - 1);
     dataSet->m_chnlTypeID = 2; // EEG
-    dataSet->m_icaShow = true;
     dataSet->m_listID = trial;
     for (const NamedSource artefact : {eyeBlinks, heartbeat, lineNoise})
         dataSet->getChnlIcaData()[found[artefact]].m_show = 0;
@@ -100,6 +99,30 @@ void inspect(CFaceIcazq& package, int trial, int component) {
     std::cout << "  all components there: " << min << " to " << max << '\n';
     ensure(dataSet->getIcaDataRange(min, max, false, -1, -1), "the trial is empty");
     std::cout << "  in the whole trial: " << min << " to " << max << '\n';
+}
+
+// Two viewers, one of them on a page that is hidden now, follow as the user steps through the current trial.
+// A viewer draws the selected samples and scales them by the largest magnitude there.
+void stepThrough(CFaceIcazq& package) {
+    CWnd timeCourses, topography;
+    timeCourses.Create(true, 800, 600);
+    topography.Create(false, 300, 300);
+    package.viewerAdd(&timeCourses);
+    package.viewerAdd(&topography);
+    CTrialIcaDatazq* dataSet = package.getIcaData(-1);
+    package.setSelect(0, 124);
+    do {
+        std::int64_t begin = 0, end = 0;
+        double min = 0.0, max = 0.0;
+        package.getSelect(begin, end);
+        ensure(dataSet->getIcaAbsRange(min, max, false, true, -1, -1), "the selection is empty");
+        package.viewerInvalidate(true, nullptr, true);
+        std::cout << "  from " << dataSet->getLatency4PtSecond(begin) << " s to "
+                  << dataSet->getLatency4PtSecond(end) << " s: magnitudes up to " << max << '\n';
+    } while (dataSet->nextSelect(125, 1) != 0); // around again to the start
+    package.viewerRemove(nullptr, true);
+    std::cout << "  repaints asked for: " << timeCourses.invalidations.size() << " of the time courses, "
+              << topography.invalidations.size() << " of the hidden page\n";
 }
 
 // |r| of each pair of the first sensors in the window that begins at sample `begin`, row by row.
@@ -181,10 +204,13 @@ void run(const char* path) {
     for (int trial = 0; trial < trialCount; ++trial) addTrial(package, ica, trial, found);
     std::cout << "Handed over " << package.getTotalIca() << " trials; inspecting one\n";
     inspect(package, 2, found[eyeBlinks]);
+    std::cout << "Stepping through it\n";
+    stepThrough(package);
 
     std::cout << "Coherence over time\n";
     addCoherence(package, recording.sensors);
 
+    package.showChnlName("simulated trial"); // the trials are shown, the coherence is not
     std::cout << "Saving and loading " << path << '\n';
     save(package, path);
     CFaceIcazq loaded;

@@ -146,7 +146,8 @@ public:
     // The record "FACEICA" with all data sets, stored or loaded as the archive's mode says. Loading: 0 with
     // the package untouched after "Unknown face ICA file!" (keyword) or "Face ICA data format error!"
     // (version). Then the package is cleared, and data sets are appended as they are read; one whose record
-    // failed (it has shown why) stays in the list and the result is 1 all the same. Null entries are stored
+    // failed (it has shown why) stays in the list and the result is 1 all the same: ask the archive's
+    // firstFault, or count the messages, before a file is written over. Null entries are stored
     // as empty slots and not loaded; the current index is loaded as stored and may name no entry. Archive
     // exceptions leave the data sets read so far. Storing a buffer of 2^29 values or more raises
     // CArchiveException, generic, before the first byte.

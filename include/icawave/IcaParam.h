@@ -3,8 +3,9 @@
 //
 // A data set (TrialIcaData.h) owns at most one parameter set. With x one sample of the n sensors and s the
 // component values, imported decompositions follow
-//     s = m_Wunmix * m_extraMatrixA * x + offset,    x ~ m_extraMatrixB * s.
-// The library itself gives the extra matrices no meaning.
+//     s = m_Wunmix * m_extraMatrixA * x + offset,    x ~ m_extraMatrixB * s
+// where the offset is named in the data set's m_icaCmptInfo, and the approximation is but for the sensors'
+// means. The library itself gives the extra matrices no meaning.
 //
 // Classes: CIcaParam (fields) -> CIcaParam09File (record) -> CIcaParamzq, the one that is created.
 #pragma once

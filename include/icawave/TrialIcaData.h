@@ -61,7 +61,8 @@ public:
 
     // Takes over one finished decomposition, copying everything: the nComp x nComp unmixing matrix W and a
     // second matrix V, row by row, and nChnl component time courses of nSample values, the rows of data.
-    // Channels are named "ICA1", "ICA2", ... A null row of data fails before anything changes.
+    // Channels are named "ICA1", "ICA2", ... A null row of data fails before anything changes; one of W or V
+    // leaves that matrix empty and is no failure.
     std::int32_t addIcaData(std::int32_t nChnl, std::int32_t nComp, std::int32_t nSample,
                             const double* const* W, const double* const* V, const double* const* data);
 
@@ -90,7 +91,8 @@ public:
 
     // One vector for each time point: value k of vector t is sample t of channel k. A null mtx becomes a new
     // array of m_totalSample vectors, the caller's to delete[]; else mtx has count vectors, at most
-    // m_totalSample. 0 without channels, for a count that is too large (nothing changes) and without memory.
+    // m_totalSample. 0 without channels, for a count that is too large (nothing changes) and without memory;
+    // an array that was made is the caller's then, too.
     std::int32_t getData2MCohTimSnsSns(CMMatrix1Dzq*& mtx, std::int64_t& count);
     // The reverse: one channel for each value of the first vector, one sample for each of the nTime vectors.
     // A vector without values ends the operation with 0; the samples before it are set. Values that a shorter
