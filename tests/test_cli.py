@@ -4,7 +4,9 @@ import json
 import os
 import pathlib
 import re
+import resource
 import shutil
+import signal
 import stat
 import subprocess
 import sys
@@ -303,9 +305,12 @@ class Tables(Case):
         old.write_bytes(b"old")
         old.chmod(0o640)
         link.symlink_to("old")
-        tiny = lambda: __import__("resource").setrlimit(__import__("resource").RLIMIT_FSIZE, (500, 500))
-        done = self.run_it("copy", "p.icpkg", "old", preexec_fn=lambda: (
-            __import__("signal").signal(__import__("signal").SIGXFSZ, __import__("signal").SIG_IGN), tiny()))
+
+        def small_files_only():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (500, 500))
+
+        done = self.run_it("copy", "p.icpkg", "old", preexec_fn=small_files_only)
         self.assertEqual((done.returncode, old.read_bytes()), (1, b"old"))
         self.assertEqual(len(list(self.folder.iterdir())), 4)
         self.good("copy", "p.icpkg", "link")

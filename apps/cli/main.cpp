@@ -6,20 +6,11 @@
 #include <CLI/CLI.hpp>
 
 #include <csignal>
-#include <fcntl.h>
 #include <iostream>
-#include <unistd.h>
 
 namespace {
 
 using namespace icawave::cli;
-
-// A standard stream that the caller closed must not become the first file that a command opens.
-void occupyStandardStreams() {
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(descriptor, F_GETFD) == -1) ::open("/dev/null", O_RDONLY);
-    }
-}
 
 int fail(const std::string& what) {
     std::cout.flush(); // what there was to print comes before the complaint
@@ -91,7 +82,6 @@ void run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    occupyStandardStreams();
     std::signal(SIGPIPE, SIG_IGN); // a reader that went away shows as a failed write
     std::ios::sync_with_stdio(false);
     try {
