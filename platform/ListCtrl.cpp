@@ -182,14 +182,16 @@ void CListCtrl::selectAll() {
     applyStates(states, -1);
 }
 
-// The right button selects what it meets, unless that is selected already; then the request goes to the
-// parent.
-void CListCtrl::contextMenu(std::int32_t row, std::int32_t screenX, std::int32_t screenY) {
-    if (!GetItemState(row, itemSelected)) userClick(row, false, false);
+void CListCtrl::contextMenu(std::int32_t, std::int32_t screenX, std::int32_t screenY) {
     if (!GetParent()) return;
     GetParent()->SendMessage(icawave::message::contextMenu,
                              reinterpret_cast<std::uintptr_t>(static_cast<CWnd*>(this)),
                              (screenX & 0xFFFF) | (screenY & 0xFFFF) << 16);
+}
+
+void CListCtrl::rightClick(std::int32_t row, std::int32_t screenX, std::int32_t screenY) {
+    if (!GetItemState(row, itemSelected)) userClick(row, false, false);
+    contextMenu(row, screenX, screenY);
 }
 
 void CListCtrl::clickHeader(std::int32_t column) {

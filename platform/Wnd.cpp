@@ -31,7 +31,7 @@ bool CWnd::DestroyWindow() {
     if (!m_created) return false;
     m_peer.reset();
     while (!m_children.empty()) m_children.back()->DestroyWindow();
-    if (m_parent) std::erase(m_parent->m_children, this);
+    if (m_parent && m_id != 0) std::erase(m_parent->m_children, this); // a dialog's may be gone by now
     m_parent = nullptr;
     m_created = m_visible = m_sized = false;
     m_place = {};
@@ -47,6 +47,7 @@ bool CWnd::ShowWindow(std::int32_t command) {
         m_sized = true;
         SendMessage(icawave::message::size, 0, m_place.Width() | m_place.Height() << 16);
     }
+    if (m_peer) m_peer->show(m_visible);
     changed();
     return before;
 }
@@ -146,7 +147,7 @@ void CWnd::takePlaceOf(CWnd& other) {
 // A control's state is shown by the peer of the dialog that it belongs to.
 void CWnd::changed() const {
     const CWnd* window = this;
-    while (!window->m_peer && window->m_parent) window = window->m_parent;
+    while (!window->m_peer && window->m_parent && window->m_id != 0) window = window->m_parent;
     if (window->m_peer) window->m_peer->changed();
 }
 

@@ -15,7 +15,7 @@ public:
                                                  std::int32_t command) override {
         m_ui.menus.clear();
         m_ui.menuAnswers = {command};
-        list.contextMenu(row);
+        list.rightClick(row, 0, 0);
         return m_ui.menus.empty() ? std::vector<icawave::MenuItem>() : m_ui.menus.back();
     }
     void answerNextFileDialog(std::optional<CString> path) override { m_ui.fileAnswers = {path}; }

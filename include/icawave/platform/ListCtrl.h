@@ -78,11 +78,13 @@ public:
     void SetImageList(CImageList* images, std::int32_t kind); // 0: normal, 1: small; stays the caller's
     CImageList* GetImageList(std::int32_t kind) const;
 
-    // What a user does: a click (row -1: below the last), a move of the focus by keyboard, "select all", the
-    // right button or the menu key over a row, a click on a header.
+    // What a user does: a click (row -1: below the last), "select all", a request for the context menu over a
+    // row (the menu key; the selection stays), the right button over a row (which selects what is not selected
+    // yet, then requests the menu), a click on a header. Points are on the screen, in pixels.
     void userClick(std::int32_t row, bool ctrl, bool shift);
     void selectAll();
     void contextMenu(std::int32_t row, std::int32_t screenX = 0, std::int32_t screenY = 0);
+    void rightClick(std::int32_t row, std::int32_t screenX, std::int32_t screenY);
     void clickHeader(std::int32_t column);
 
 private:
