@@ -12,13 +12,15 @@ ROOM_OF_PREFIX = {"platform": "platform", "matrix": "matrix", "channel": "channe
                   "package": "package", "ui": "ui", "apps": "tools", "examples": "tools", "tests": "tools"}
 ROOM_OF_NAME = {  # public headers and record sources, by the beginning of their names
     "Archive": "archive", "Exchange": "archive", "Storable": "archive", "MMatrix": "matrix", "ChnlIcaData": "channel",
-    "IcaParam": "channel", "TrialIcaData": "trial", "FaceIca": "package", "IcaWaveManager": "ui", "IcaDataStd": "trial", "icawave.h": "tools", "Export": "platform"}
+    "IcaParam": "channel", "TrialIcaData": "trial", "FaceIca": "package", "IcaWaveManager": "ui", "IcaDataStd": "trial", "PackageFile": "package", "Crc32c": "platform", "icawave.h": "tools", "Export": "platform"}
 
 KNOTS = [("package/FaceIcazq.cpp", "include/icawave/IcaWaveManager.h"),  # the package opens the dialog that edits it
          ("package/Module.cpp", "ui/Resources.h")]  # the library brings the dialog's resources
 
 
 def room(path):
+    if "/qt/" in path:
+        return "tools"
     if path.startswith(("include/icawave/", "persist/")) and ("/platform/" not in path or path.endswith("/Archive.h")):
         for beginning, found in ROOM_OF_NAME.items():
             if Path(path).name.startswith(beginning):
@@ -33,6 +35,8 @@ def faults(root):
     for source in sources:
         name = str(source.relative_to(root))
         for line in source.read_text().splitlines():
+            if re.match(r"#\s*include <Q", line) and "/qt/" not in name:
+                yield f"{name}: sees a toolkit's header"
             include = re.match(r'#\s*include (?:<(icawave/.*)>|"(.*)")', line)
             if not include:
                 continue

@@ -1,0 +1,152 @@
+#include "platform/qt/DialogWidget.h"
+
+#include <icawave/platform/ScriptedFrontEnd.h>
+
+#include "platform/qt/DialogPeer.h"
+#include "platform/qt/Pictures.h"
+#include "platform/qt/Text.h"
+
+#include <QContextMenuEvent>
+#include <QKeyEvent>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QResizeEvent>
+
+namespace icawave::qt {
+
+namespace {
+
+constexpr std::uint32_t sizingBorder = 0x00040000;
+
+QSize sizeOf(const CRect& place) {
+    return {place.Width(), place.Height()};
+}
+
+} // namespace
+
+DialogWidget::DialogWidget(CDialogEx& dialog, DialogPeer& peer, QWidget* parent)
+    : QDialog(parent), m_dialog(&dialog), m_peer(&peer), m_client(new QWidget(this)) {
+    setFont(QApplication::font()); // whose dialog units the places were made of
+    addControls();
+    if (dialog.menuBar().GetMenuItemCount() > 0) {
+        m_menuBar = new QMenuBar(this);
+        for (int k = 0; k < dialog.menuBar().GetMenuItemCount(); ++k) {
+            QMenu* menu = m_menuBar->addMenu(toQt(dialog.menuBar().GetMenuItem(k).text));
+            if (const CMenu* items = dialog.menuBar().GetSubMenu(k)) addMenu(*menu, *items);
+        }
+    }
+    const QSize least = m_client->minimumSize();
+    setMinimumSize(least.width(), least.height() + menuHeight(least.width()));
+}
+
+DialogWidget::~DialogWidget() {
+    if (std::exchange(m_dialog, nullptr)) m_peer->lost();
+}
+
+void DialogWidget::release() {
+    m_dialog = nullptr;
+    hide();
+    if (m_acts > 0)
+        deleteLater();
+    else
+        delete this;
+}
+
+void DialogWidget::act(const std::function<void(CDialogEx&)>& what) {
+    if (!m_dialog) return;
+    const QPointer<DialogWidget> self = this;
+    ++m_acts;
+    try {
+        runUserAct([&] { what(*m_dialog); });
+    } catch (const std::exception& failure) {
+        uiFrontEnd().messageBox(failure.what());
+    }
+    if (self) --m_acts;
+}
+
+void DialogWidget::showLater() {
+    if (std::exchange(m_dirty, true)) return;
+    QMetaObject::invokeMethod(
+        this, [this] { showState(); }, Qt::QueuedConnection);
+}
+
+void DialogWidget::showState() {
+    m_dirty = false;
+    if (!m_dialog) return;
+    setWindowTitle(toQt(m_dialog->GetWindowText()));
+    setAccessibleName(windowTitle());
+    if (m_icon != m_dialog->icon()) {
+        m_icon = m_dialog->icon();
+        setWindowIcon(m_icon ? pictures(&m_icon->small, &m_icon->large) : QIcon());
+    }
+    showSize();
+    for (QWidget* widget : m_client->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+        CWnd* control = m_dialog->GetDlgItem(widget->objectName().toInt());
+        if (control)
+            showControl(*widget, *control);
+        else
+            widget->hide(); // destroyed before its dialog
+    }
+    if (m_menuBar) showMenu(*m_menuBar);
+}
+
+// The library's size, when it is another than before: else the user's holds.
+void DialogWidget::showSize() {
+    const QSize size = sizeOf(m_dialog->GetClientRect());
+    if (size == m_size) return;
+    m_size = size;
+    const QSize whole(size.width(), size.height() + menuHeight(size.width()));
+    if (m_dialog->GetStyle() & sizingBorder)
+        resize(whole);
+    else
+        setFixedSize(whole);
+}
+
+void DialogWidget::resizeEvent(QResizeEvent* event) {
+    QDialog::resizeEvent(event);
+    const int top = menuHeight(width());
+    if (m_menuBar) m_menuBar->setGeometry(0, 0, width(), top);
+    m_client->setGeometry(0, top, width(), height() - top);
+    const QSize size = m_client->size();
+    const QPointer<DialogWidget> self = this;
+    act([size](CDialogEx& dialog) { dialog.userResize(size.width(), size.height()); });
+    if (self && m_dialog) m_size = size, showState();
+}
+
+int DialogWidget::menuHeight(int width) const {
+    return !m_menuBar || m_menuBar->isNativeMenuBar() ? 0 : m_menuBar->heightForWidth(width);
+}
+
+void DialogWidget::reject() {
+    act([](CDialogEx& dialog) { dialog.SendMessage(message::close, 0, 0); });
+}
+
+// Hidden by whomever, the dialog is to know.
+void DialogWidget::hideEvent(QHideEvent* event) {
+    QDialog::hideEvent(event);
+    if (!event->spontaneous() && m_dialog) m_dialog->ShowWindow(0);
+}
+
+void DialogWidget::contextMenuEvent(QContextMenuEvent* event) {
+    const QWidget* widget = childAt(event->pos());
+    const QPoint at = event->globalPos();
+    act([=, id = widget ? widget->objectName().toInt() : 0](CDialogEx& dialog) {
+        CWnd* control = id ? dialog.GetDlgItem(id) : nullptr;
+        dialog.SendMessage(message::contextMenu,
+                           reinterpret_cast<std::uintptr_t>(control ? control : &dialog),
+                           (at.x() & 0xFFFF) | (at.y() & 0xFFFF) << 16);
+    });
+}
+
+// Return reaches the dialog from everything but a push button, which it presses.
+void DialogWidget::keyPressEvent(QKeyEvent* event) {
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (enter && m_default && m_default->isVisible())
+        m_default->click();
+    else if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::NoModifier && m_menuBar)
+        m_menuBar->setActiveAction(m_menuBar->actions().front());
+    else
+        QDialog::keyPressEvent(event);
+}
+
+} // namespace icawave::qt

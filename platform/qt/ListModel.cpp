@@ -1,0 +1,83 @@
+#include "platform/qt/ListView.h"
+
+#include "platform/qt/Pictures.h"
+#include "platform/qt/Text.h"
+
+namespace icawave::qt {
+
+namespace {
+
+Qt::Alignment alignment(int format) {
+    const Qt::Alignment across = format == 1   ? Qt::AlignRight
+                                 : format == 2 ? Qt::AlignHCenter
+                                               : Qt::AlignLeft;
+    return across | Qt::AlignVCenter;
+}
+
+} // namespace
+
+bool ListModel::updateColumns() {
+    const CListCtrl* list = control();
+    std::vector<Column> columns;
+    for (int c = 0; list && c < list->GetColumnCount(); ++c)
+        columns.push_back(
+            {list->GetColumnText(c), list->GetColumnWidth(c), alignment(list->GetColumnFormat(c))});
+    if (columns == m_columns) return false;
+    beginResetModel();
+    m_columns = std::move(columns);
+    endResetModel();
+    return true;
+}
+
+// Rows come and go at the end and all the others are repainted, so that the view keeps its place.
+void ListModel::updateRows() {
+    const CListCtrl* list = control();
+    m_icons.clear();
+    const CImageList* small = list ? list->GetImageList(1) : nullptr;
+    const CImageList* large = list ? list->GetImageList(0) : nullptr;
+    for (int k = 0; small && k < small->GetImageCount(); ++k)
+        m_icons.push_back(pictures(small->GetImage(k), large ? large->GetImage(k) : nullptr));
+
+    const int rows = list ? list->GetItemCount() : 0;
+    if (rows < m_rows) {
+        beginRemoveRows({}, rows, m_rows - 1);
+        m_rows = rows;
+        endRemoveRows();
+    } else if (rows > m_rows) {
+        beginInsertRows({}, m_rows, rows - 1);
+        m_rows = rows;
+        endInsertRows();
+    }
+    if (rows > 0 && !m_columns.empty()) emit dataChanged(index(0, 0), index(rows - 1, columnCount() - 1));
+}
+
+int ListModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(m_columns.size());
+}
+
+// Between a change of the control and the next update a row may be gone: the control has empty texts and no
+// image for it.
+QVariant ListModel::data(const QModelIndex& index, int role) const {
+    const CListCtrl* list = control();
+    if (!list || !index.isValid()) return {};
+    if (role == Qt::DisplayRole) return toQt(list->GetItemText(index.row(), index.column()));
+    if (role == Qt::TextAlignmentRole)
+        return QVariant(m_columns[static_cast<std::size_t>(index.column())].alignment);
+    if (index.column() != 0) return {};
+    if (role == Qt::ToolTipRole) return toQt(list->GetItemText(index.row(), 0)); // names are often cut short
+    const int image = list->GetItemImage(index.row());
+    if (role == imageRole) return image;
+    if (role == Qt::DecorationRole && image >= 0 && static_cast<std::size_t>(image) < m_icons.size())
+        return m_icons[static_cast<std::size_t>(image)];
+    return {};
+}
+
+QVariant ListModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) return {};
+    const Column& column = m_columns[static_cast<std::size_t>(section)];
+    if (role == Qt::DisplayRole) return toQt(column.title);
+    if (role == Qt::TextAlignmentRole) return QVariant(column.alignment);
+    return {};
+}
+
+} // namespace icawave::qt

@@ -1,0 +1,78 @@
+// The list control as a tree view without a tree. The control alone knows rows, selection and focus: what
+// the user does is told to it, and what it says then is shown.
+#pragma once
+
+#include <icawave/platform/ListCtrl.h>
+
+#include <QAbstractTableModel>
+#include <QIcon>
+#include <QTreeView>
+
+#include <functional>
+#include <vector>
+
+namespace icawave::qt {
+
+// Translates indexes and roles into questions to the control. The control changes at any time; the view is
+// told by the updates.
+class ListModel : public QAbstractTableModel {
+public:
+    static constexpr int imageRole = Qt::UserRole; // the index of the row's image
+
+    using Find = std::function<CListCtrl*()>; // the control, null when it is gone
+    ListModel(QObject* parent, Find find) : QAbstractTableModel(parent), m_find(std::move(find)) {}
+
+    CListCtrl* control() const { return m_find(); }
+    bool updateColumns(); // whether they are others than before
+    void updateRows();
+
+    int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : m_rows; }
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+private:
+    struct Column {
+        CString title;
+        int width;
+        Qt::Alignment alignment;
+        bool operator==(const Column&) const = default;
+    };
+    Find m_find;
+    int m_rows = 0; // as the view knows them
+    std::vector<Column> m_columns;
+    std::vector<QIcon> m_icons;
+};
+
+class ListView : public QTreeView {
+public:
+    using Act =
+        std::function<void(const std::function<void(CListCtrl&)>&)>; // runs a user's act on the control
+    ListView(QWidget* parent, ListModel::Find find, Act act);
+
+    void showControl(); // as it is now
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override { mousePressEvent(event); }
+    void mouseMoveEvent(QMouseEvent*) override {}
+    void mouseReleaseEvent(QMouseEvent*) override {}
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex&, const QEvent*) const override {
+        return QItemSelectionModel::NoUpdate; // the control decides
+    }
+
+private:
+    int rowAt(int y) const;
+    int rowAfter(int key) const; // where a key moves the focus; -1: no such key, or no rows
+    void keyToRow(int row, const QKeyEvent& event);
+    void requestMenu(); // by keyboard
+    void showSelection();
+
+    ListModel& m_model; // its child
+    Act m_act;
+};
+
+} // namespace icawave::qt

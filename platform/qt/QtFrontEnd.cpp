@@ -1,0 +1,123 @@
+#include <icawave/qt/QtFrontEnd.h>
+
+#include "platform/qt/DialogPeer.h"
+#include "platform/qt/Text.h"
+
+#include <QFileDialog>
+#include <QFontMetrics>
+#include <QMenu>
+#include <QMessageBox>
+
+namespace icawave::qt {
+
+namespace {
+
+// Runs a modal dialog, which its parent may destroy meanwhile; the pointer to it is null then. A wait cursor
+// would stay over it: an arrow lies over that for as long.
+template <class Dialog>
+int run(const QPointer<Dialog>& dialog) {
+    const bool waiting = QApplication::overrideCursor() != nullptr;
+    if (waiting) QApplication::setOverrideCursor(Qt::ArrowCursor);
+    const int result = dialog->exec();
+    if (waiting) QApplication::restoreOverrideCursor();
+    return result;
+}
+
+// "ICA Data(*.icd)|*.icd|All Files(*.*)|*.*||" becomes "ICA Data (*.icd)" and "All Files (*)", the same sets
+// of files.
+QStringList nameFilters(const CString& filter) {
+    const QStringList parts = toQt(filter).split(QLatin1Char('|'));
+    QStringList filters;
+    for (qsizetype k = 0; k + 1 < parts.size() && !parts[k].isEmpty(); k += 2) {
+        QStringList patterns = parts[k + 1].split(QLatin1Char(';'), Qt::SkipEmptyParts);
+        for (QString& pattern : patterns) {
+            if (pattern == QLatin1String("*.*")) pattern = QStringLiteral("*"); // a name without a dot, too
+        }
+        const QString name = parts[k].section(QLatin1Char('('), 0, 0).trimmed();
+        filters += QStringLiteral("%1 (%2)").arg(name, patterns.join(QLatin1Char(' ')));
+    }
+    return filters;
+}
+
+QWidget* owner() {
+    return QApplication::activeModalWidget() ? QApplication::activeModalWidget()
+                                             : QApplication::activeWindow();
+}
+
+} // namespace
+
+QtFrontEnd::~QtFrontEnd() {
+    DialogPeer::releaseAll(*this);
+    setUiFrontEnd(m_previous);
+}
+
+void QtFrontEnd::messageBox(const CString& text) {
+    if (!hasApplication()) return UiFrontEnd::messageBox(text);
+    const QPointer<QMessageBox> box = new QMessageBox(
+        QMessageBox::NoIcon, QApplication::applicationDisplayName(), toQt(text), QMessageBox::Ok, owner());
+    box->setTextFormat(Qt::PlainText);
+    run(box);
+    delete box;
+}
+
+std::optional<CString> QtFrontEnd::fileDialog(const FileDialogRequest& request) {
+    if (!hasApplication()) return std::nullopt;
+    const QPointer<QFileDialog> dialog = new QFileDialog(owner());
+    dialog->setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+    dialog->setFileMode(request.flags & FileDialogRequest::fileMustExist ? QFileDialog::ExistingFile
+                                                                         : QFileDialog::AnyFile);
+    dialog->setOption(QFileDialog::DontConfirmOverwrite,
+                      !(request.flags & FileDialogRequest::overwritePrompt));
+    dialog->setNameFilters(nameFilters(request.filter));
+    dialog->selectFile(toQt(request.name));
+    std::optional<CString> chosen;
+    if (run(dialog) == QDialog::Accepted && dialog && !dialog->selectedFiles().isEmpty())
+        chosen = fromQt(dialog->selectedFiles().front());
+    delete dialog;
+    return chosen;
+}
+
+std::int32_t QtFrontEnd::popupMenu(const std::vector<MenuItem>& items, std::int32_t x, std::int32_t y) {
+    if (!hasApplication()) return 0;
+    const QPointer<QMenu> menu = new QMenu(QApplication::activeWindow());
+    for (const MenuItem& item : items) {
+        if (item.id == 0) {
+            menu->addSeparator();
+            continue;
+        }
+        QAction* action = menu->addAction(toQt(item.text));
+        action->setData(item.id);
+        action->setEnabled(item.enabled);
+        action->setCheckable(item.checked);
+        action->setChecked(item.checked);
+    }
+    const QAction* chosen = menu->exec({x, y});
+    const std::int32_t command = menu && chosen ? chosen->data().toInt() : 0;
+    delete menu;
+    return command;
+}
+
+void QtFrontEnd::beginWaitCursor() {
+    if (hasApplication()) QApplication::setOverrideCursor(Qt::WaitCursor);
+}
+
+void QtFrontEnd::endWaitCursor() {
+    if (hasApplication()) QApplication::restoreOverrideCursor();
+}
+
+// As the platform measures a font: the 52 letters give the width, twice halved and rounded.
+DialogBaseUnits QtFrontEnd::dialogBaseUnits() {
+    if (!hasApplication()) return UiFrontEnd::dialogBaseUnits();
+    const QFontMetrics metrics(QApplication::font());
+    const int letters =
+        metrics.horizontalAdvance(QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"));
+    return {(letters / 26 + 1) / 2, metrics.height()};
+}
+
+std::unique_ptr<WindowPeer> QtFrontEnd::createPeer(CWnd& window) {
+    auto* dialog = dynamic_cast<CDialogEx*>(&window);
+    if (!dialog || !hasApplication()) return nullptr;
+    return std::make_unique<DialogPeer>(*dialog, *this);
+}
+
+} // namespace icawave::qt

@@ -1,0 +1,228 @@
+// What only real widgets can show: keys, focus, places, pictures, pauses.
+#include "tests/Support.h"
+#include "tests/qt/QtUser.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QIcon>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+namespace {
+
+// A manager of data sets A, B, C ... of two channels, A current.
+class RealWindows : public ::testing::Test {
+protected:
+    void show(int dataSets) {
+        for (int k = 0; k < dataSets; ++k) {
+            package->setIcaData(test::countingDataSet(2, 3).release(), 0);
+            package->getIcaData(k)->m_icaName = CString(std::string(1, static_cast<char>('A' + k % 26)));
+        }
+        package->showDlgIcaManager(nullptr);
+        widget().activateWindow();
+        QApplication::processEvents();
+    }
+    CDlgIcaWaveManager& dialog() { return *package->m_dlgIcaManager; }
+    CListIcaWaveDataset& list() { return dialog().m_listIcaWave; }
+    QWidget& widget() { return test::QtUser::widget(dialog()); }
+    QTreeView& view() { return test::QtUser::view(list()); }
+    // Presses keys in the list; the selected rows as letters, the focused one in brackets.
+    std::string keys(std::initializer_list<std::pair<Qt::Key, Qt::KeyboardModifiers>> pressed) {
+        for (const auto& [key, modifiers] : pressed) QTest::keyClick(&view(), key, modifiers);
+        EXPECT_EQ(user.print(dialog()), icawave::printWindow(dialog()));
+        std::string rows;
+        for (int row = 0; row < list().GetItemCount(); ++row) {
+            const std::string letter(list().GetItemState(row, 2) ? 1 : 0, static_cast<char>('A' + row));
+            rows += list().GetItemState(row, 1) ? "[" + letter + "]" : letter;
+        }
+        return rows;
+    }
+
+    test::QtUser user;
+    std::unique_ptr<CFaceIcazq> package = std::make_unique<CFaceIcazq>();
+};
+
+constexpr Qt::KeyboardModifiers none = Qt::NoModifier, ctrl = Qt::ControlModifier, shift = Qt::ShiftModifier;
+
+TEST_F(RealWindows, ControlsStandWhereTheTemplateHasThemAndInItsOrder) {
+    show(2);
+    const icawave::DialogBaseUnits units = icawave::uiFrontEnd().dialogBaseUnits();
+    const QPushButton& norm = test::QtUser::control<QPushButton>(dialog(), 4457);
+    EXPECT_EQ(norm.geometry(), QRect((147 * units.width + 2) / 4, (2 * units.height + 4) / 8,
+                                     (40 * units.width + 2) / 4, (14 * units.height + 4) / 8));
+    EXPECT_EQ(norm.fontMetrics().height(), units.height);
+    for (const int id : {1, 4450, 4455, 4456, 4457, 4458}) {
+        auto& button = test::QtUser::control<QAbstractButton>(dialog(), id);
+        EXPECT_GE(button.width(), button.fontMetrics().horizontalAdvance(button.text()) + 5) << id;
+        EXPECT_GE(button.height(), button.fontMetrics().height()) << id;
+        EXPECT_FALSE(button.geometry().intersects(view().geometry())) << id;
+    }
+    std::vector<int> order;
+    for (int k = 0; k < 8; ++k) {
+        QWidget* focused = QApplication::focusWidget();
+        ASSERT_NE(focused, nullptr);
+        EXPECT_FALSE(focused->accessibleName().isEmpty()) << k;
+        order.push_back(focused->objectName().toInt());
+        QTest::keyClick(focused, Qt::Key_Tab);
+    }
+    EXPECT_EQ(order, (std::vector<int>{1, 4454, 4455, 4456, 4458, 4450, 4457, 1}));
+    EXPECT_FALSE(widget().windowIcon().isNull());
+}
+
+TEST_F(RealWindows, ReturnEscapeAndTheMenuBarByKeyboard) {
+    show(3);
+    package->getIcaData(2)->m_icaName = u"new";
+    for (const int id : {4456, 4450}) // Apply does nothing, Refresh rebuilds
+        QTest::keyClick(&test::QtUser::control<QPushButton>(dialog(), id), Qt::Key_Return);
+    EXPECT_EQ(list().GetItemText(2, 0), u"new");
+    EXPECT_TRUE(dialog().IsWindowVisible());
+    auto& box = test::QtUser::control<QCheckBox>(dialog(), 4455);
+    QTest::keyClick(&box, Qt::Key_Space);
+    EXPECT_TRUE(box.isChecked() && static_cast<CButton*>(dialog().GetDlgItem(4455))->GetCheck());
+    static_cast<CButton*>(dialog().GetDlgItem(4455))->SetCheck(false);
+    QApplication::processEvents();
+    EXPECT_FALSE(box.isChecked());
+    for (QWidget* from : {static_cast<QWidget*>(&view()), static_cast<QWidget*>(&box)}) {
+        from->setFocus();
+        QTest::keyClick(from, Qt::Key_Return);
+        EXPECT_FALSE(dialog().IsWindowVisible()) << "the first default button is Exit";
+        package->showDlgIcaManager(nullptr);
+    }
+    QTest::keyClick(&view(), Qt::Key_F10);
+    EXPECT_NE(QApplication::activePopupWidget(), nullptr);
+    QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+    EXPECT_TRUE(dialog().IsWindowVisible()) << "Escape closed the menu alone";
+    QTest::keyClick(&view(), Qt::Key_Escape);
+    EXPECT_FALSE(dialog().IsWindowVisible() || widget().isVisible());
+    EXPECT_EQ(user.print(dialog()), icawave::printWindow(dialog())) << "all of it hidden";
+}
+
+TEST_F(RealWindows, RowsAreSelectedByKeyboard) {
+    show(5);
+    view().setFocus();
+    EXPECT_EQ(keys({}), "") << "the focus alone chooses no row";
+    EXPECT_EQ(keys({{Qt::Key_Down, none}}), "[A]");
+    EXPECT_EQ(keys({{Qt::Key_Down, none}, {Qt::Key_Down, shift}}), "B[C]");
+    EXPECT_EQ(package->m_curntIcaDataSetID, 2);
+    EXPECT_EQ(keys({{Qt::Key_Down, ctrl}, {Qt::Key_Down, ctrl}}), "BC[]");
+    EXPECT_EQ(keys({{Qt::Key_Down, ctrl}}), "BC[]") << "at the end a move is none, and toggles nothing";
+    EXPECT_EQ(keys({{Qt::Key_Space, ctrl}}), "BC[E]");
+    EXPECT_EQ(keys({{Qt::Key_Home, none}}), "[A]");
+    EXPECT_EQ(keys({{Qt::Key_End, shift}}), "ABCD[E]");
+    EXPECT_EQ(keys({{Qt::Key_PageUp, none}, {Qt::Key_Up, none}}), "[A]");
+    EXPECT_EQ(keys({{Qt::Key_A, ctrl}}), "[A]BCDE");
+    EXPECT_EQ(keys({{Qt::Key_Space, none}}), "[A]");
+    user.chooseNext(4462);
+    package->getIcaData(0)->m_icaShow = true;
+    user.menuKey(list());
+    EXPECT_EQ(user.takeMenu().size(), 6u);
+    EXPECT_FALSE(package->getIcaData(0)->m_icaShow);
+    EXPECT_EQ(keys({}), "");
+}
+
+TEST_F(RealWindows, ThePointerMarksARowWithoutSelectingIt) {
+    show(3);
+    const auto row = [&] { return view().visualRect(view().model()->index(1, 3)); };
+    const QImage before = view().viewport()->grab(row()).toImage();
+    for (const QPoint at : {row().topLeft(), row().center()})
+        QTest::mouseMove(widget().windowHandle(), view().viewport()->mapTo(&widget(), at));
+    QApplication::processEvents();
+    EXPECT_NE(view().viewport()->grab(row()).toImage(), before);
+    EXPECT_EQ(keys({}), "");
+    EXPECT_EQ(package->m_curntIcaDataSetID, 0);
+}
+
+TEST_F(RealWindows, IconsAreDrawnAsFineAsTheScreenIs) {
+    show(2);
+    package->getIcaData(1)->m_icaShow = true;
+    list().refreshRows();
+    user.print(dialog());
+    const auto icon = [&](int row) {
+        return view().model()->index(row, 0).data(Qt::DecorationRole).value<QIcon>();
+    };
+    const QImage shown = icon(1).pixmap(QSize(16, 16), 1.0).toImage();
+    EXPECT_EQ(shown.pixel(1, 7), 0xFF000000u) << "the left corner of the eye";
+    EXPECT_EQ(shown.pixel(2, 7), 0xFFFFFFFFu);
+    EXPECT_EQ(qAlpha(shown.pixel(0, 7)), 0);
+    EXPECT_EQ(icon(1).pixmap(QSize(16, 16), 2.0).size(), QSize(32, 32));
+    EXPECT_EQ(icon(1).pixmap(QSize(16, 16), 4.0).size(), QSize(64, 64));
+    EXPECT_NE(icon(0).pixmap(QSize(16, 16), 1.0).toImage(), shown);
+}
+
+TEST_F(RealWindows, TheFileDialogAsksAsTheLibraryDoes) {
+    show(1);
+    const QTemporaryDir folder;
+    const std::string path = folder.filePath(QStringLiteral("a.icd")).toStdString();
+    user.answerNextFileDialog(path);
+    user.click(dialog(), 32771);
+    EXPECT_EQ(user.fileFilters,
+              (QStringList{QStringLiteral("ICA Data (*.icd)"), QStringLiteral("All Files (*)")}));
+    EXPECT_TRUE(user.takeMessages().empty());
+    user.answerNextFileDialog(path);
+    user.click(dialog(), 32771);
+    EXPECT_EQ(user.takeMessages().size(), 2u) << "replace it? No. Then nothing was saved";
+    user.answerNextFileDialog(path + "missing");
+    user.click(dialog(), 32772);
+    EXPECT_EQ(user.takeMessages().size(), 2u) << "no such file; then nothing was opened";
+}
+
+// An exception of the host's that is none of the library's, out of a handler.
+TEST_F(RealWindows, NoExceptionUnwindsThroughTheEventLoop) {
+    struct Failing : icawave::qt::QtFrontEnd {
+        void messageBox(const CString& text) override {
+            texts.push_back(text);
+            if (texts.size() == 1) throw std::runtime_error("out of paper");
+        }
+        std::vector<CString> texts;
+    } frontEnd;
+    show(1);
+    user.click(dialog(), 4457);
+    EXPECT_EQ(frontEnd.texts.size(), 2u);
+    EXPECT_EQ(frontEnd.texts.back(), "out of paper");
+    EXPECT_TRUE(widget().isVisible());
+    package.reset();
+}
+
+TEST_F(RealWindows, TheWaitCursorIsNestedAndNotOverAMessage) {
+    {
+        const CWaitCursor outer;
+        { const CWaitCursor inner; }
+        ASSERT_NE(QApplication::overrideCursor(), nullptr);
+        EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+        Qt::CursorShape over = Qt::WaitCursor;
+        QTimer::singleShot(0, [&] { over = QApplication::overrideCursor()->shape(); });
+        AfxMessageBox(u"a message without any window");
+        EXPECT_EQ(over, Qt::ArrowCursor);
+    }
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(user.takeMessages(), std::vector<CString>{"a message without any window"});
+}
+
+TEST_F(RealWindows, TenThousandDataSetsAreRefreshedWithoutAPause) {
+    show(10000);
+    QTreeView& view = RealWindows::view();
+    view.verticalScrollBar()->setValue(5000);
+    QElapsedTimer timer;
+    qint64 best = 1000;
+    for (int round = 0; round < 5; ++round) {
+        timer.start();
+        list().refreshRows();
+        QApplication::processEvents();
+        view.viewport()->grab();
+        best = std::min(best, timer.elapsed());
+    }
+    EXPECT_EQ(view.model()->rowCount(), 10000);
+    EXPECT_EQ(view.verticalScrollBar()->value(), 5000) << "the user's place in the list";
+    RecordProperty("milliseconds", static_cast<int>(best));
+#ifndef ICAWAVE_SANITIZED
+    EXPECT_LT(best, 50);
+#endif
+}
+
+} // namespace
