@@ -1,0 +1,91 @@
+// Single data set files as the file dialogs ask for them, and every way in which they fail.
+#include "tests/Support.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class DataSetFiles : public ::testing::Test {
+protected:
+    DataSetFiles() {
+        std::string name = (fs::temp_directory_path() / "icawave-icd-XXXXXX").string();
+        folder = ::mkdtemp(name.data());
+    }
+    ~DataSetFiles() override { fs::remove_all(folder); }
+    CString path(const char* name) const { return (folder / name).string(); }
+    std::int32_t save(const CString& answer) {
+        ui.fileAnswers = {answer};
+        return dataSet->saveIcaDataStd();
+    }
+    std::int32_t open(const CString& answer) {
+        ui.fileAnswers = {answer};
+        return dataSet->openicaDataStd();
+    }
+
+    fs::path folder;
+    icawave::ScriptedFrontEnd ui;
+    test::DataSet dataSet = test::countingDataSet(2, 3);
+};
+
+TEST_F(DataSetFiles, AskAsTheDialogsOfThePlatformDo) {
+    EXPECT_EQ(dataSet->openicaDataStd() + dataSet->saveIcaDataStd(), 0) << "both cancelled";
+    ASSERT_EQ(ui.fileDialogs.size(), 2u);
+    for (const auto& request : ui.fileDialogs)
+        EXPECT_EQ(request.filter, "ICA Data(*.icd)|*.icd|All Files(*.*)|*.*||");
+    EXPECT_FALSE(ui.fileDialogs[0].save);
+    EXPECT_EQ(ui.fileDialogs[0].name, "");
+    EXPECT_EQ(ui.fileDialogs[0].flags, 0x1800u) << "path and file must exist";
+    EXPECT_TRUE(ui.fileDialogs[1].save);
+    EXPECT_EQ(ui.fileDialogs[1].name, "ICA DAta.icd");
+    EXPECT_EQ(ui.fileDialogs[1].flags, 0x2u) << "asks before it overwrites";
+    EXPECT_EQ(ui.waitCount, 1) << "opening waits, its dialog included; saving does not";
+    EXPECT_EQ(ui.waitDepth, 0);
+}
+
+TEST_F(DataSetFiles, GetTheirExtensionUnlessThePathHasItAnywhere) {
+    for (const auto& [answer, written] : {std::pair{"results", "results.icd"},
+                                          {"results.ICD", "results.ICD.icd"},
+                                          {"old.icd.bak", "old.icd.bak"}}) {
+        EXPECT_EQ(save(path(answer)), 1);
+        EXPECT_EQ(fs::file_size(folder / written), test::stored(*dataSet).size());
+    }
+    const auto bytes = test::stored(*dataSet);
+    dataSet->cleanSnsIcaData();
+    EXPECT_EQ(open(path("results.icd")), 1);
+    EXPECT_EQ(test::stored(*dataSet), bytes);
+    std::ofstream(folder / "longer.icd", std::ios::app) << std::string(5000, 'x');
+    EXPECT_EQ(save(path("longer.icd")), 1);
+    EXPECT_EQ(fs::file_size(folder / "longer.icd"), bytes.size()) << "an old file is emptied first";
+}
+
+TEST_F(DataSetFiles, ThatCannotBeOpenedOrCreatedGiveZeroSilently) {
+    fs::create_directory(folder / "folder.icd");
+    EXPECT_EQ(open(path("missing.icd")) + open(path("folder.icd")), 0);
+    EXPECT_EQ(save(path("folder.icd")) + save(path("no/such/folder.icd")), 0);
+    EXPECT_TRUE(ui.messages.empty());
+    EXPECT_EQ(ui.waitDepth, 0);
+}
+
+TEST_F(DataSetFiles, ThatEndEarlyOrFindTheDiskFullRaise) {
+    const auto bytes = test::stored(*dataSet);
+    std::ofstream(folder / "cut.icd", std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), 60);
+    EXPECT_THROW(open(path("cut.icd")), CArchiveException);
+    EXPECT_EQ(ui.waitDepth, 0) << "the cursor is restored on the way out";
+    if (!fs::exists("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
+    fs::create_symlink("/dev/full", folder / "full.icd");
+    EXPECT_THROW(save(path("full.icd")), CFileException);
+    EXPECT_TRUE(ui.messages.empty()) << "the caller tells it, once";
+    CFaceIcazq package;
+    package.setIcaData(dataSet.release(), 0);
+    package.showDlgIcaManager(nullptr);
+    ui.fileAnswers = {path("full.icd")};
+    ui.click(*package.m_dlgIcaManager, 32771);
+    EXPECT_EQ(ui.messages, std::vector<CString>{"no space left on the disk"});
+}
+
+} // namespace
