@@ -47,8 +47,8 @@ public:
     WindowPeer& operator=(const WindowPeer&) = delete;
     virtual ~WindowPeer();
 
-    virtual void show(bool) {} // the window was shown or hidden, or was told so again
-    virtual void changed() {}  // the window's state is another; called often, so be lazy
+    virtual void show(bool) {}                // the window was shown or hidden, or was told so again
+    virtual void changed() {}                 // the window's state is another; called often, so be lazy
     virtual void invalidated(bool erase) = 0; // an area is to be repainted
     virtual bool isVisible() const = 0;       // whether the real window is; false when it is gone
 };

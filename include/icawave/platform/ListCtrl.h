@@ -79,8 +79,8 @@ public:
     CImageList* GetImageList(std::int32_t kind) const;
 
     // What a user does: a click (row -1: below the last), "select all", a request for the context menu over a
-    // row (the menu key; the selection stays), the right button over a row (which selects what is not selected
-    // yet, then requests the menu), a click on a header. Points are on the screen, in pixels.
+    // row (the menu key; the selection stays), the right button over a row (which selects what is not
+    // selected yet, then requests the menu), a click on a header. Points are on the screen, in pixels.
     void userClick(std::int32_t row, bool ctrl, bool shift);
     void selectAll();
     void contextMenu(std::int32_t row, std::int32_t screenX = 0, std::int32_t screenY = 0);
