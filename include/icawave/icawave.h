@@ -7,6 +7,7 @@
 // - ChnlIcaData.h: CChnlIcaDatazq, one channel of a data set: its values, backup and projection items
 // - IcaParam.h: CIcaParamzq, the parameters of one decomposition: unmixing matrix and companions
 // - MMatrix.h: CMMatrix1Dzq and CMMatrix2Dzq, vectors and matrices of doubles
+// - PackageFile.h: PackageFile, a package on disk: its list, single data sets, check, salvage, atomic save
 // - IcaWaveManager.h: CDlgIcaWaveManager, the dialog that a user manages a package in
 // - platform/: strings, arrays, exceptions, files, the archive, messages, windows, front ends, modules
 //
@@ -20,6 +21,7 @@
 #include <icawave/IcaParam.h>
 #include <icawave/IcaWaveManager.h>
 #include <icawave/MMatrix.h>
+#include <icawave/PackageFile.h>
 #include <icawave/TrialIcaData.h>
 #include <icawave/platform/Archive.h>
 #include <icawave/platform/Array.h>

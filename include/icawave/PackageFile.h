@@ -1,0 +1,204 @@
+// Package files as the project's own tools keep them: the record of a package (FaceIca.h) with an index
+// behind it.
+//
+// The index says where each data set's record lies, its checksum and what a list shows of it. So a file of
+// any size is listed and one data set is read without the rest, any changed byte is found, and the undamaged
+// data sets of a damaged file are saved. Readers that know only the record stop before the index; a file
+// without one opens too, by walking its records. docs/FORMAT.md has the bytes.
+//
+//     PackageFile::save("trials.icpkg", package);
+//
+//     PackageFile file("trials.icpkg");
+//     for (const PackageEntry& row : file.dataSets()) std::puts(row.name.utf8().c_str());
+//     CTrialIcaDatazq* trial = new CTrialIcaDatazq;
+//     package.setIcaData(trial, 0);
+//     file.read(3, *trial);
+//
+// Whatever keeps an operation from its result is raised as FileError (or CMemoryException). Damage that an
+// operation is made to find is returned as a list of faults, each with its byte and its record: "FACEICA,
+// TRIALICADATA 2" is data set 2, "FACEICA" the package's own bytes round its data sets, "index" the index.
+// Messages of records that fail while they are read become such faults and are never shown.
+#pragma once
+
+#include <icawave/Export.h>
+#include <icawave/FaceIca.h>
+#include <icawave/platform/Archive.h>
+#include <icawave/platform/Exception.h>
+#include <icawave/platform/File.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace icawave {
+
+// A file cannot be read or written, or is not what it should be; what() is "PATH: what is wrong".
+class ICAWAVE_EXPORT FileError : public CException {
+public:
+    FileError(const CString& path, const std::string& text) : m_text(path.utf8() + ": " + text) {}
+    const char* what() const noexcept override;
+
+private:
+    std::runtime_error m_text; // its copies cannot fail
+};
+
+// Which file a path led to, and in which state.
+struct FileState {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::int64_t size = 0;     // bytes
+    std::int64_t modified = 0; // nanoseconds since 1970
+
+    bool operator==(const FileState&) const = default;
+};
+
+// A file that takes its place once it is complete. Until commit() it has another name in the same folder;
+// destroyed without it, it vanishes and what stood at the path is untouched.
+//
+// A symbolic link is followed, also one that leads to no file yet; a file that is replaced passes its
+// permissions on. What cannot be replaced, such as a device, is written as it is.
+class ICAWAVE_EXPORT AtomicFile : public CFile {
+public:
+    // Open for writing. With `expected`, a file at the path that is in another state is refused here and by
+    // commit.
+    explicit AtomicFile(const CString& path, std::optional<FileState> expected = std::nullopt);
+    ~AtomicFile() override;
+
+    // Waits until the disk has the bytes, and puts the file in its place. When that fails the old file stays,
+    // but for the last step: if the folder's disk fails then, the new file stands there already.
+    void commit();
+
+private:
+    struct Temporary {
+        ~Temporary();
+
+        std::string name; // empty: there is none, or no longer
+        int descriptor = -1;
+    };
+
+    void prepare();
+    void createTemporary(const std::string& folder, std::uint32_t permissions);
+    void finish();
+    void requireExpected() const;
+    [[noreturn]] void fail(int systemError) const;
+
+    CString m_path;
+    std::string m_target; // where a link leads
+    std::optional<FileState> m_expected;
+    std::optional<std::uint32_t> m_permissions; // of the file that is replaced
+    Temporary m_temporary;
+};
+
+// What a list shows of one data set, and where its record lies. The fields are those of the record, as
+// stored.
+struct PackageEntry {
+    std::int64_t offset = 0; // bytes from the beginning of the file
+    std::int64_t length = 0; // bytes
+    std::uint32_t checksum = 0;
+    CString name;
+    std::int64_t samples = 0;
+    std::int64_t channels = 0;
+    std::int64_t selectedChannel = 0;
+    std::int32_t dataSetClass = 0;
+    std::int64_t selectBegin = 0;
+    std::int64_t selectEnd = 0;
+    bool shown = false;
+};
+
+// The fields of the package itself.
+struct PackageInfo {
+    std::int32_t current = 0; // the current data set; may name none
+    std::int32_t type = 0;
+    CString name;
+    CString info;
+    bool shown = false;
+};
+
+// A package file that is open for reading. Data sets are counted from 0; empty slots of a stored package do
+// not count.
+class ICAWAVE_EXPORT PackageFile {
+public:
+    // Reads the index, or walks the records of a file whose index is missing or damaged. Then data sets that
+    // cannot be loaded are faults and not in the list. FileError for a file in which there is neither a
+    // package nor a data set.
+    explicit PackageFile(const CString& path);
+    ~PackageFile();
+    PackageFile(const PackageFile&) = delete;
+    PackageFile& operator=(const PackageFile&) = delete;
+
+    const CString& path() const;
+    std::int64_t size() const;        // bytes of the file
+    bool hasIndex() const;            // a sound one
+    std::int64_t bytesBehind() const; // those behind the package record that no sound index explains
+    const PackageInfo& info() const;
+    const std::vector<PackageEntry>& dataSets() const;
+    const std::vector<ArchiveFault>& faults() const; // found when the file was opened
+
+    // Loads data set `number` into a new, empty one, reading nothing else. FileError names the fault when its
+    // bytes are not those that were stored; the data set then has neither channels nor parameters.
+    // CInvalidArgException outside the list.
+    void read(std::int64_t number, CTrialIcaDatazq& dataSet) const;
+    // Appends the bytes of data set `number`'s record to a file as they are. FileError as above, with the
+    // bytes written.
+    void copyRecord(std::int64_t number, CFile& file) const;
+
+    // Reads everything; the faults of opening come first. Empty when every byte is as it was stored; without
+    // an index, as it was when the file was opened.
+    std::vector<ArchiveFault> check() const;
+    // Replaces the contents of a package by this file's: its own fields and every undamaged data set. Returns
+    // the faults, those of opening first.
+    std::vector<ArchiveFault> load(CFaceIcazq& package) const;
+    // Saves a package of every undamaged data set, their records byte for byte, to another path, as `save`
+    // does. Returns the faults of check. The current data set stays current when it is among them.
+    std::vector<ArchiveFault> salvage(const CString& path) const;
+
+    // Stores a package at a path, whatever stands there. A failure leaves that as it was (see AtomicFile).
+    static void save(const CString& path, CFaceIcazq& package);
+    // Stores a package over the file that was opened. FileError when the file at the path changed since,
+    // unless `force` is set; one that is gone is no change. From then on this object is open on the new file.
+    void replace(CFaceIcazq& package, bool force = false);
+    // Stores the same record with an index, as `replace` does. FileError when faults were found or other
+    // bytes follow the record. Nothing happens when there is an index.
+    void addIndex(bool force = false);
+
+private:
+    friend class PackageWriter;
+    struct Contents;
+
+    void putInPlace(AtomicFile& file);
+
+    std::unique_ptr<Contents> m_contents;
+};
+
+// Writes a package file data set by data set, so that none but the one being written needs memory. Raises
+// what the file and the records raise; what was written then is no package.
+//
+//     AtomicFile file("all.icpkg");
+//     PackageWriter writer(file, 2, first.info());
+//     writer.copy(first, 0);
+//     writer.copy(second, 0);
+//     writer.finish();
+//     file.commit();
+class ICAWAVE_EXPORT PackageWriter {
+public:
+    // Begins a package of `slots` data sets in a file, which stays the caller's.
+    PackageWriter(CFile& file, std::int32_t slots, const PackageInfo& info);
+    ~PackageWriter();
+    PackageWriter(const PackageWriter&) = delete;
+    PackageWriter& operator=(const PackageWriter&) = delete;
+
+    void add(CTrialIcaDatazq* dataSet);                        // null: an empty slot
+    void copy(const PackageFile& source, std::int64_t number); // the record's bytes as they are
+    void finish(); // writes the package's own fields and the index; CInvalidArgException unless all slots are
+                   // filled
+
+private:
+    struct Parts;
+
+    std::unique_ptr<Parts> m_parts;
+};
+
+} // namespace icawave

@@ -1,0 +1,165 @@
+// What reading and writing package files have in common.
+#pragma once
+
+#include <icawave/PackageFile.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
+
+namespace icawave {
+
+// Of a copy or a checksum, and the buffer of an archive on a file.
+inline constexpr std::int64_t pieceBytes = 256 * 1024;
+// What stands before a data set record in a package: 0 in an empty slot.
+inline constexpr std::int64_t slotFlagBytes = 4;
+// How a package record begins.
+inline constexpr const char* packageKeyword = "FACEICA";
+inline constexpr std::int32_t packageVersion = 20161108;
+
+class Descriptor {
+public:
+    explicit Descriptor(int value) noexcept : m_value(value) {}
+    ~Descriptor();
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const noexcept { return m_value; }
+
+private:
+    int m_value;
+};
+
+std::string systemPath(const CString& path); // FileError when the system would see another one
+std::string systemText(int error);
+std::optional<FileState> stateOf(const char* path); // nothing, and errno, when the system refuses
+
+// A file that is read at any place. What the system refuses is FileError.
+class InputFile {
+public:
+    InputFile(const CString& path, const std::string& name); // `path` is for texts, `name` is opened
+
+    const CString& path() const { return m_path; }
+    std::int64_t size() const { return m_state.size; }
+    const FileState& state() const { return m_state; }
+
+    // The bytes read: fewer than count only at the end of the file.
+    std::int64_t readAt(std::int64_t offset, void* bytes, std::int64_t count) const;
+    // Passes the bytes from begin to end, which must be there, on in pieces.
+    template <class Take>
+    void forEachPiece(std::int64_t begin, std::int64_t end, Take&& take) const;
+    std::uint32_t checksum(std::int64_t begin, std::int64_t end, std::uint32_t before = 0) const;
+
+private:
+    CString m_path;
+    Descriptor m_descriptor;
+    FileState m_state;
+};
+
+// The bytes from one offset of a file to another, as a file for a loading archive.
+class FilePart : public CFile {
+public:
+    FilePart(const InputFile& file, std::int64_t from, std::int64_t to)
+        : m_file(file), m_from(from), m_to(std::max(from, to)), m_next(from) {}
+
+    std::int64_t from() const { return m_from; }
+    std::uint32_t checksum() const { return m_checksum; } // of the bytes read
+    void readRest();
+
+    std::int64_t Read(void* buffer, std::int64_t count) override;
+    std::int64_t GetPosition() const override { return m_next - m_from; }
+    std::int64_t GetLength() const override { return m_to - m_from; }
+
+private:
+    const InputFile& m_file;
+    std::int64_t m_from;
+    std::int64_t m_to;
+    std::int64_t m_next;
+    std::uint32_t m_checksum = 0;
+};
+
+// Passes what is written to another file on, counting and checking it.
+class ChecksumFile : public CFile {
+public:
+    explicit ChecksumFile(CFile& target) : m_target(target) {}
+
+    // The checksum since the last call; what follows goes on from `next`.
+    std::uint32_t takeChecksum(std::uint32_t next) { return std::exchange(m_checksum, next); }
+
+    void Write(const void* buffer, std::int64_t count) override;
+    void Flush() override {}
+    std::int64_t GetPosition() const override { return m_position; }
+
+private:
+    CFile& m_target;
+    std::int64_t m_position = 0;
+    std::uint32_t m_checksum = 0;
+};
+
+struct PackageIndex {
+    PackageInfo info;
+    std::uint32_t rest = 0; // checksum of the package record's bytes outside of its data sets
+    std::vector<PackageEntry> entries;
+};
+
+// What opening found.
+struct PackageFile::Contents {
+    // `name` is opened; it differs from `path` for a file that is not in its place yet.
+    Contents(const CString& path, const std::string& name);
+
+    std::optional<ArchiveFault> read(std::int64_t number, CTrialIcaDatazq& dataSet) const;
+    std::optional<ArchiveFault> checkRest() const;
+    // The faults of opening and of all bytes; `sound` becomes the numbers of the undamaged data sets.
+    std::vector<ArchiveFault> check(std::vector<std::int64_t>& sound) const;
+    const PackageEntry& entry(std::int64_t number) const; // CInvalidArgException outside the list
+    std::int64_t count() const { return static_cast<std::int64_t>(index.entries.size()); }
+
+    InputFile file;
+    bool hasIndex = false;
+    std::int64_t recordEnd = 0;
+    PackageIndex index; // as stored, or as the walk found it
+    std::vector<ArchiveFault> faults;
+};
+
+inline std::string dataSetRecord(std::int64_t number) {
+    return "FACEICA, TRIALICADATA " + std::to_string(number);
+}
+std::string describe(const ArchiveFault& fault); // "RECORD at byte N: text"
+
+PackageEntry listed(const CTrialIcaDatazq& dataSet); // the columns
+// Loads a data set from the beginning of a part of a file, as number `number` of its package. `length`
+// becomes the bytes that it took; returns what is wrong.
+std::optional<ArchiveFault> loadDataSet(FilePart& part, std::int64_t number, CTrialIcaDatazq& dataSet,
+                                        std::int64_t& length);
+
+void storeIndex(ChecksumFile& file, PackageIndex& index);
+enum class IndexState { absent, damaged, sound };
+// Sets the index and the record's end when it is sound. Absent: the file does not end with an end mark.
+IndexState loadIndex(const InputFile& file, PackageIndex& index, std::int64_t& recordEnd);
+// Whether an index begins at an offset, or as much of it as the file still has.
+bool isIndexAt(const InputFile& file, std::int64_t offset);
+
+// Finds the data sets without an index. FileError when there is neither a package nor a data set.
+struct Walked {
+    PackageIndex index;
+    std::int64_t recordEnd = 0;
+    std::vector<ArchiveFault> faults;
+};
+Walked walkRecords(const InputFile& file);
+
+std::string storedText(const char* keyword); // the bytes of a text, as an archive stores it
+
+template <class Take>
+void InputFile::forEachPiece(std::int64_t begin, std::int64_t end, Take&& take) const {
+    const std::unique_ptr<std::byte[]> buffer(
+        new std::byte[static_cast<std::size_t>(std::min(pieceBytes, end - begin))]);
+    while (begin < end) {
+        const std::int64_t count = readAt(begin, buffer.get(), std::min(pieceBytes, end - begin));
+        if (count == 0) throw FileError(m_path, "ends early");
+        take(buffer.get(), count);
+        begin += count;
+    }
+}
+
+} // namespace icawave
