@@ -10,7 +10,6 @@
 #include <QCheckBox>
 #include <QKeyEvent>
 #include <QMenuBar>
-#include <QPointer>
 #include <QPushButton>
 
 #include <utility>
@@ -42,6 +41,7 @@ protected:
 // Widgets in the order of the template: so the tab key goes, and so they are printed.
 void DialogWidget::addControls() {
     QWidget* before = nullptr;
+    QPushButton* firstDefault = nullptr; // Return presses it, unless another push button has the focus
     QSize least;
     for (CWnd* control : m_dialog->children()) {
         QWidget* widget = newControl(*control);
@@ -53,13 +53,13 @@ void DialogWidget::addControls() {
             widget->setFocus();
         before = widget;
         auto* push = qobject_cast<QPushButton*>(widget);
-        if (!m_default && push && isDefault(*push)) m_default = push;
+        if (!firstDefault && push && isDefault(*push)) firstDefault = push;
         const CRect place = control->GetWindowRect();
         const bool list = dynamic_cast<ListView*>(widget) != nullptr;
         least = least.expandedTo(QSize(place.left, place.top) +
                                  (list ? smallestList : QSize(place.Width(), place.Height())));
     }
-    if (m_default) m_default->setDefault(true);
+    if (firstDefault) firstDefault->setDefault(true);
     m_client->setMinimumSize(least + QSize(margin, margin));
 }
 
@@ -86,12 +86,8 @@ QWidget* DialogWidget::newControl(CWnd& control) {
         markDefault(*push, button->isDefault());
         widget = push;
     }
-    // The widget has toggled its mark by itself; whether that holds is the control's to say.
-    connect(widget, &QAbstractButton::clicked, this, [this, id] {
-        const QPointer<DialogWidget> self = this;
-        act([id](CDialogEx& dialog) { dialog.userCommand(id); });
-        if (self) showState();
-    });
+    connect(widget, &QAbstractButton::clicked, this,
+            [this, id] { act([id](CDialogEx& dialog) { dialog.userCommand(id); }); });
     return widget;
 }
 

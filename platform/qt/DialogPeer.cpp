@@ -32,7 +32,9 @@ DialogPeer::~DialogPeer() {
 
 void DialogPeer::releaseAll(const UiFrontEnd& frontEnd) {
     for (const std::vector<DialogPeer*> all = peers; DialogPeer * peer : all) {
-        if (&peer->m_frontEnd == &frontEnd) peer->m_dialog.attachPeer(nullptr);
+        if (&peer->m_frontEnd != &frontEnd) continue;
+        peer->m_dialog.ShowWindow(0); // nobody sees it from now on
+        peer->m_dialog.attachPeer(nullptr);
     }
 }
 
@@ -49,11 +51,6 @@ void DialogPeer::makeWidget() {
     }
     m_widget = new DialogWidget(m_dialog, *this, m_parent);
     m_widget->showState();
-}
-
-void DialogPeer::lost() {
-    m_widget = nullptr;
-    m_dialog.ShowWindow(0);
 }
 
 void DialogPeer::show(bool visible) {

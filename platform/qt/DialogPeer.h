@@ -26,7 +26,7 @@ public:
     bool isVisible() const override { return m_widget && m_widget->isVisible(); }
     QWidget* widget() const override { return m_widget; }
 
-    void lost(); // the widget is being destroyed
+    void lost() { m_widget = nullptr; } // the widget is being destroyed
 
 private:
     static void loseAll(); // the QApplication ends, and no widget outlives it

@@ -9,7 +9,6 @@
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMenuBar>
-#include <QPushButton>
 #include <QResizeEvent>
 
 namespace icawave::qt {
@@ -121,12 +120,6 @@ void DialogWidget::reject() {
     act([](CDialogEx& dialog) { dialog.SendMessage(message::close, 0, 0); });
 }
 
-// Hidden by whomever, the dialog is to know.
-void DialogWidget::hideEvent(QHideEvent* event) {
-    QDialog::hideEvent(event);
-    if (!event->spontaneous() && m_dialog) m_dialog->ShowWindow(0);
-}
-
 void DialogWidget::contextMenuEvent(QContextMenuEvent* event) {
     const QWidget* widget = childAt(event->pos());
     const QPoint at = event->globalPos();
@@ -138,12 +131,8 @@ void DialogWidget::contextMenuEvent(QContextMenuEvent* event) {
     });
 }
 
-// Return reaches the dialog from everything but a push button, which it presses.
 void DialogWidget::keyPressEvent(QKeyEvent* event) {
-    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (enter && m_default && m_default->isVisible())
-        m_default->click();
-    else if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::NoModifier && m_menuBar)
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::NoModifier && m_menuBar)
         m_menuBar->setActiveAction(m_menuBar->actions().front());
     else
         QDialog::keyPressEvent(event);

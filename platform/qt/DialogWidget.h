@@ -9,7 +9,6 @@
 
 class QMenu;
 class QMenuBar;
-class QPushButton;
 
 namespace icawave::qt {
 
@@ -31,7 +30,6 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
@@ -49,7 +47,6 @@ private:
     CDialogEx* m_dialog; // null when it is gone
     DialogPeer* m_peer;
     QMenuBar* m_menuBar = nullptr;
-    QPushButton* m_default = nullptr;     // the template's first default button
     QWidget* m_client;                    // what the library takes for the dialog: all but the menu bar
     QSize m_size;                         // of the client area, as the library last said
     const IconResource* m_icon = nullptr; // that is shown

@@ -4,7 +4,6 @@
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QElapsedTimer>
 #include <QIcon>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -13,6 +12,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+
+#include <ctime>
 
 namespace {
 
@@ -60,6 +61,7 @@ TEST_F(RealWindows, ControlsStandWhereTheTemplateHasThemAndInItsOrder) {
     for (const int id : {1, 4450, 4455, 4456, 4457, 4458}) {
         auto& button = test::QtUser::control<QAbstractButton>(dialog(), id);
         EXPECT_GE(button.width(), button.fontMetrics().horizontalAdvance(button.text()) + 5) << id;
+        EXPECT_GE(button.width(), id == 4455 ? button.sizeHint().width() : 0) << "with its mark";
         EXPECT_GE(button.height(), button.fontMetrics().height()) << id;
         EXPECT_FALSE(button.geometry().intersects(view().geometry())) << id;
     }
@@ -106,7 +108,7 @@ TEST_F(RealWindows, ReturnEscapeAndTheMenuBarByKeyboard) {
 TEST_F(RealWindows, RowsAreSelectedByKeyboard) {
     show(5);
     view().setFocus();
-    EXPECT_EQ(keys({}), "") << "the focus alone chooses no row";
+    EXPECT_FALSE(view().currentIndex().isValid()) << "the focus alone chooses no row";
     EXPECT_EQ(keys({{Qt::Key_Down, none}}), "[A]");
     EXPECT_EQ(keys({{Qt::Key_Down, none}, {Qt::Key_Down, shift}}), "B[C]");
     EXPECT_EQ(package->m_curntIcaDataSetID, 2);
@@ -208,21 +210,23 @@ TEST_F(RealWindows, TenThousandDataSetsAreRefreshedWithoutAPause) {
     show(10000);
     QTreeView& view = RealWindows::view();
     view.verticalScrollBar()->setValue(5000);
-    QElapsedTimer timer;
-    qint64 best = 1000;
+    std::clock_t best = 1000 * CLOCKS_PER_SEC; // of this process: others may be busy
     for (int round = 0; round < 5; ++round) {
-        timer.start();
+        const std::clock_t start = std::clock();
         list().refreshRows();
         QApplication::processEvents();
         view.viewport()->grab();
-        best = std::min(best, timer.elapsed());
+        best = std::min(best, std::clock() - start);
     }
     EXPECT_EQ(view.model()->rowCount(), 10000);
     EXPECT_EQ(view.verticalScrollBar()->value(), 5000) << "the user's place in the list";
-    RecordProperty("milliseconds", static_cast<int>(best));
-#ifndef ICAWAVE_SANITIZED
-    EXPECT_LT(best, 50);
+    RecordProperty("milliseconds", static_cast<int>(best * 1000 / CLOCKS_PER_SEC));
+#if defined(NDEBUG) && !defined(ICAWAVE_SANITIZED)
+    EXPECT_LT(best * 1000 / CLOCKS_PER_SEC, 50);
 #endif
+    package->cleanIcaFace();
+    list().refreshRows();
+    EXPECT_EQ(user.print(dialog()), icawave::printWindow(dialog())) << "all rows gone";
 }
 
 } // namespace

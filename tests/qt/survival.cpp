@@ -74,6 +74,7 @@ TEST_F(Survival, OfTheFrontEndAndOfTheWindowAbove) {
     show();
     user.reset();
     EXPECT_TRUE(widget.isNull()) << "a front end takes its widgets with it";
+    EXPECT_FALSE(dialog().IsWindowVisible());
     EXPECT_EQ(package->showDlgIcaManager(nullptr), 1);
     dialog().userCommand(4450);
     dialog().m_listIcaWave.userClick(2, false, false);
