@@ -24,10 +24,12 @@ std::int32_t CMMatrix2D::cleanMatrixData() {
 
 std::int32_t CMMatrix2D::copyAmxn(const double* const* rows, std::int64_t rowCount,
                                   std::int64_t columnCount) {
-    const bool usable = rows && rowCount >= 1 && std::find(rows, rows + rowCount, nullptr) == rows + rowCount;
     CMMatrix2D copy; // made aside: the rows may be this matrix's own
-    if (usable && copy.allocate(rowCount, columnCount)) {
-        for (std::int64_t r = 0; r < rowCount; ++r) std::copy_n(rows[r], columnCount, copy.m_rows[r]);
+    if (rows && copy.allocate(rowCount, columnCount)) {
+        if (std::find(rows, rows + rowCount, nullptr) == rows + rowCount)
+            for (std::int64_t r = 0; r < rowCount; ++r) std::copy_n(rows[r], columnCount, copy.m_rows[r]);
+        else
+            copy.cleanMatrixData();
     }
     std::swap(m_values, copy.m_values);
     std::swap(m_rows, copy.m_rows);

@@ -20,7 +20,7 @@ double CTrialIcaData::getValueSelect(std::int64_t begin, std::int64_t end, std::
     if (!m_chnlIcaData || ica < 0 || ica >= m_chnlTotal) return 0.0;
     begin = clampIndex(begin == -1 ? m_selectBegin : begin, m_totalSample);
     end = clampIndex(end == -1 ? m_selectEnd : end, m_totalSample);
-    if (begin > end || begin < 0) return 0.0;
+    if (begin > end || m_totalSample < 1) return 0.0;
     const CChnlIcaDatazq& channel = m_chnlIcaData[ica];
     const std::int64_t stop = std::min(end + 1, heldValues(channel));
     double sum = 0.0;
