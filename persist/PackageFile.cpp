@@ -38,7 +38,9 @@ std::optional<ArchiveFault> compare(std::int64_t offset, const std::string& reco
 
 } // namespace
 
-PackageFile::Contents::Contents(const CString& path, const std::string& name) : file(path, name) {
+PackageFile::Contents::Contents(const CString& path, const std::string& name,
+                                std::function<void(std::int64_t)> whenRead)
+    : file(path, name, std::move(whenRead)) {
     const IndexState state = loadIndex(file, index, recordEnd);
     hasIndex = state == IndexState::sound;
     if (hasIndex) return;
@@ -94,8 +96,9 @@ const PackageEntry& PackageFile::Contents::entry(std::int64_t number) const {
     return index.entries[static_cast<std::size_t>(number)];
 }
 
-PackageFile::PackageFile(const CString& path)
-    : m_contents(withMemoryException([&] { return std::make_unique<Contents>(path, systemPath(path)); })) {}
+PackageFile::PackageFile(const CString& path, std::function<void(std::int64_t)> whenRead)
+    : m_contents(withMemoryException(
+          [&] { return std::make_unique<Contents>(path, systemPath(path), std::move(whenRead)); })) {}
 
 PackageFile::~PackageFile() = default;
 

@@ -1,6 +1,5 @@
-// INDEX   = text "ICAWAVEINDEX", i32 20261122, i32 current, i32 type, text name, text info, byte shown, u32
-// rest,
-//           i32 n, n x entry, trailer
+// INDEX   = text "ICAWAVEINDEX", i32 20261122, i32 current, i32 type, text name, text info, byte shown,
+//           u32 rest, i32 n, n x entry, trailer
 // entry   = i64 offset, i64 length, u32 checksum, text name, i64 samples, i64 channels, i64 selected channel,
 //           i32 class, i64 select begin, i64 select end, byte shown
 // trailer = i64 bytes before it, u32 checksum of all bytes before the checksum, 8 bytes "ICAW\r\n\x1A\xFF"

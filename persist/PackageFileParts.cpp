@@ -78,8 +78,8 @@ std::optional<FileState> stateOf(const char* path) {
     return stateOf(status);
 }
 
-InputFile::InputFile(const CString& path, const std::string& name)
-    : m_path(path), m_descriptor(openForReading(path, name)) {
+InputFile::InputFile(const CString& path, const std::string& name, std::function<void(std::int64_t)> whenRead)
+    : m_path(path), m_descriptor(openForReading(path, name)), m_whenRead(std::move(whenRead)) {
     struct stat status;
     if (::fstat(m_descriptor.get(), &status) != 0) throw FileError(path, systemText(errno));
     if (!S_ISREG(status.st_mode)) throw FileError(path, "not a regular file");
@@ -97,6 +97,8 @@ std::int64_t InputFile::readAt(std::int64_t offset, void* bytes, std::int64_t co
         if (got == 0) break;
         done += got;
     }
+    m_bytesRead += done;
+    if (m_whenRead) m_whenRead(m_bytesRead);
     return done;
 }
 

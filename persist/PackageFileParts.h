@@ -38,7 +38,8 @@ std::optional<FileState> stateOf(const char* path); // nothing, and errno, when 
 // A file that is read at any place. What the system refuses is FileError.
 class InputFile {
 public:
-    InputFile(const CString& path, const std::string& name); // `path` is for texts, `name` is opened
+    // `path` is for texts, `name` is opened; `whenRead` is told the bytes read so far after each piece.
+    InputFile(const CString& path, const std::string& name, std::function<void(std::int64_t)> whenRead);
 
     const CString& path() const { return m_path; }
     std::int64_t size() const { return m_state.size; }
@@ -55,6 +56,8 @@ private:
     CString m_path;
     Descriptor m_descriptor;
     FileState m_state;
+    std::function<void(std::int64_t)> m_whenRead;
+    mutable std::int64_t m_bytesRead = 0;
 };
 
 // The bytes from one offset of a file to another, as a file for a loading archive.
@@ -106,7 +109,7 @@ struct PackageIndex {
 // What opening found.
 struct PackageFile::Contents {
     // `name` is opened; it differs from `path` for a file that is not in its place yet.
-    Contents(const CString& path, const std::string& name);
+    Contents(const CString& path, const std::string& name, std::function<void(std::int64_t)> whenRead = {});
 
     std::optional<ArchiveFault> read(std::int64_t number, CTrialIcaDatazq& dataSet) const;
     std::optional<ArchiveFault> checkRest() const;

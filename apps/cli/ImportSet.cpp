@@ -47,44 +47,43 @@ struct Parameters {
 
 class Importer {
 public:
-    Importer(const std::string& source, CFaceIcazq& package)
-        : m_set(source), m_parameters(m_set), m_package(package) {
+    explicit Importer(const std::string& source) : m_set(source), m_parameters(m_set) {
         const std::filesystem::path path(source);
         m_name = m_set.name.IsEmpty() ? CString(path.stem().string()) : m_set.name;
         m_info = CString(path.filename().string()) +
                  (m_set.sampleFile.empty() ? "" : " with samples in " + m_set.sampleFile) +
                  ": s = icaweights * icasphere * data(icachansind, :) + offset, offset = 0";
-        m_package.m_pkgName = m_name;
-        m_package.m_pkgInfo = CString("imported from ") + CString(path.filename().string());
+        m_package.name = m_name;
+        m_package.info = CString("imported from ") + CString(path.filename().string());
     }
 
-    void addTrials(Progress& progress) {
+    const PackageInfo& package() const { return m_package; }
+    void addTrials(PackageWriter& writer, Progress& progress) {
         const Eigen::MatrixXd unmix = m_set.weights * m_set.sphere;
         for (std::int64_t trial = 0; trial < m_set.trials; ++trial) {
             const Rows activations = unmix * m_set.samples(trial);
             if (m_set.hasActivations()) compare(activations, m_set.storedActivations(trial));
-            addDataSet(trial, activations);
+            writer.add(dataSet(trial, activations).get());
             progress.update(trial + 1);
         }
-        m_package.setCurrentIca(0);
     }
 
-    std::int64_t trials() const { return m_set.trials; }
+    std::int32_t trials() const { return static_cast<std::int32_t>(m_set.trials); }
     std::string report() const;
 
 private:
-    void addDataSet(std::int64_t trial, const Rows& activations);
+    DataSetOwner dataSet(std::int64_t trial, const Rows& activations) const;
     void compare(const Eigen::MatrixXd& computed, const Eigen::MatrixXd& stored);
 
     EeglabSet m_set;
     Parameters m_parameters;
-    CFaceIcazq& m_package;
+    PackageInfo m_package;
     CString m_name, m_info;
     double m_largestDifference = 0.0; // from the stored activations; NaN when one of the two has a NaN alone
     double m_largestActivation = 0.0;
 };
 
-void Importer::addDataSet(std::int64_t trial, const Rows& activations) {
+DataSetOwner Importer::dataSet(std::int64_t trial, const Rows& activations) const {
     DataSetOwner dataSet = newDataSet();
     if (!dataSet) AfxThrowMemoryException();
     const auto components = static_cast<std::int32_t>(activations.rows());
@@ -106,8 +105,7 @@ void Importer::addDataSet(std::int64_t trial, const Rows& activations) {
     dataSet->m_anaLatencyEnd = m_set.end;
     dataSet->setSelect(0, samples - 1);
     for (std::int32_t k = 0; k < components; ++k) dataSet->m_chnlIcaData[k].m_show = m_set.hidden[k] ? 0 : 1;
-    m_package.setIcaData(dataSet.get(), 0);
-    dataSet.release();
+    return dataSet;
 }
 
 void Importer::compare(const Eigen::MatrixXd& computed, const Eigen::MatrixXd& stored) {
@@ -147,13 +145,11 @@ std::string Importer::report() const {
 void importSet(const std::string& source, const std::string& target) {
     std::error_code ignored;
     if (std::filesystem::equivalent(source, target, ignored)) throw Failure(target, "is the file to import");
-    CFaceIcazq package;
-    Importer importer(source, package);
-    {
+    Importer importer(source);
+    savePackage(target, importer.trials(), importer.package(), [&](PackageWriter& writer) {
         Progress progress("importing " + source, importer.trials());
-        importer.addTrials(progress);
-    }
-    save(target, [&](CFile& out) { store(out, package); });
+        importer.addTrials(writer, progress);
+    });
     std::cout << printable(target) << ": " << printable(importer.report()) << '\n';
 }
 

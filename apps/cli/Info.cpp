@@ -7,6 +7,7 @@
 #include <array>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -85,6 +86,7 @@ struct Summary {
     Groups shapes, times, parameters;
     std::int64_t components = 0;
     std::int64_t hidden = 0;
+    std::optional<CString> computeInfo; // of the current data set
 
     void add(CTrialIcaDatazq& d);
 };
@@ -111,30 +113,30 @@ void Summary::add(CTrialIcaDatazq& d) {
                     {"extraB", shapeOf(p->m_extraMatrixB)}});
 }
 
-void printText(Input& input, const Summary& summary, const CTrialIcaDatazq* current) {
-    const CFaceIcazq& package = input.package();
+void printText(const Input& input, const Summary& summary) {
+    const PackageInfo package = input.info();
     const auto line = [](const char* title, const std::string& text) { std::cout << title << text << '\n'; };
     line("Kind               ", input.isPackage() ? "package" : "data set");
     if (input.isPackage()) {
-        line("Name               ", printable(package.m_pkgName));
-        line("Information        ", printable(package.m_pkgInfo));
-        line("Shown              ", package.m_pkgShow ? "yes" : "no");
-        line("Type               ", std::to_string(package.m_pkgType));
+        line("Name               ", printable(package.name));
+        line("Information        ", printable(package.info));
+        line("Shown              ", package.shown ? "yes" : "no");
+        line("Type               ", std::to_string(package.type));
         line("Data sets          ", std::to_string(input.count()));
-        line("Current            ", std::to_string(package.m_curntIcaDataSetID));
-    } else if (current) {
-        line("Name               ", printable(current->m_icaName));
-        line("Shown              ", current->m_icaShow ? "yes" : "no");
+        line("Current            ", std::to_string(package.current));
+    } else {
+        line("Name               ", printable(input.rows()[0].name));
+        line("Shown              ", input.rows()[0].shown ? "yes" : "no");
     }
     summary.shapes.print("Shape              ");
     summary.times.print("Time (Hz, s)       ");
     summary.parameters.print("Parameters         ");
     line("Hidden components  ", std::to_string(summary.hidden) + " of " + std::to_string(summary.components));
-    if (current) line("Computed           ", printable(current->m_icaCmptInfo));
+    if (summary.computeInfo) line("Computed           ", printable(*summary.computeInfo));
 }
 
-void printJson(Input& input, const Summary& summary, const CTrialIcaDatazq* current) {
-    const CFaceIcazq& package = input.package();
+void printJson(const Input& input, const Summary& summary) {
+    const PackageInfo package = input.info();
     JsonWriter json(std::cout);
     const auto field = [&json](const char* name, const auto& value) {
         json.key(name);
@@ -143,22 +145,22 @@ void printJson(Input& input, const Summary& summary, const CTrialIcaDatazq* curr
     json.beginObject();
     field("kind", CString(input.isPackage() ? "package" : "dataset"));
     if (input.isPackage()) {
-        field("name", package.m_pkgName);
-        field("information", package.m_pkgInfo);
-        field("shown", package.m_pkgShow);
-        field("type", package.m_pkgType);
+        field("name", package.name);
+        field("information", package.info);
+        field("shown", package.shown);
+        field("type", package.type);
         field("dataSets", input.count());
-        field("current", package.m_curntIcaDataSetID);
-    } else if (current) {
-        field("name", current->m_icaName);
-        field("shown", current->m_icaShow);
+        field("current", package.current);
+    } else {
+        field("name", input.rows()[0].name);
+        field("shown", input.rows()[0].shown);
     }
     summary.shapes.print(json, "shapes");
     summary.times.print(json, "times");
     summary.parameters.print(json, "parameters");
     field("components", summary.components);
     field("hiddenComponents", summary.hidden);
-    if (current) field("computeInfo", current->m_icaCmptInfo);
+    if (summary.computeInfo) field("computeInfo", *summary.computeInfo);
     json.endObject();
     std::cout << '\n';
 }
@@ -168,9 +170,12 @@ void printJson(Input& input, const Summary& summary, const CTrialIcaDatazq* curr
 void info(const std::string& file, bool json) {
     Input input(file);
     Summary summary;
-    for (std::int32_t k = 0; k < input.count(); ++k) summary.add(input.dataSet(k));
-    const CTrialIcaDatazq* current = input.package().getIcaData(-1);
-    json ? printJson(input, summary, current) : printText(input, summary, current);
+    for (std::int32_t k = 0; k < input.count(); ++k) {
+        CTrialIcaDatazq& dataSet = input.dataSet(k);
+        summary.add(dataSet);
+        if (k == input.info().current) summary.computeInfo = dataSet.m_icaCmptInfo;
+    }
+    json ? printJson(input, summary) : printText(input, summary);
     input.requireSound();
 }
 

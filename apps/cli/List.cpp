@@ -12,25 +12,7 @@ namespace icawave::cli {
 
 namespace {
 
-struct Line {
-    std::int32_t index;
-    CString name;
-    std::int64_t samples, components, selected;
-    std::int32_t group;
-    std::int64_t selectBegin, selectEnd;
-    bool current, shown;
-};
-
-// Asking for the samples corrects the data set, so that comes first.
-Line lineOf(Input& input, std::int32_t index) {
-    CTrialIcaDatazq& d = input.dataSet(index);
-    const std::int64_t samples = d.getTotalSample();
-    const bool current = index == input.package().getCurntIcaDataSetID();
-    return {index,        d.m_icaName,     samples,       d.m_chnlTotal, d.m_selectIca,
-            d.m_icaClass, d.m_selectBegin, d.m_selectEnd, current,       d.m_icaShow};
-}
-
-void printJson(const Input& input, const std::vector<Line>& lines) {
+void printJson(const Input& input, const std::vector<PackageEntry>& rows) {
     JsonWriter json(std::cout);
     const auto field = [&json](const char* name, const auto& value) {
         json.key(name);
@@ -40,18 +22,18 @@ void printJson(const Input& input, const std::vector<Line>& lines) {
     field("kind", CString(input.isPackage() ? "package" : "dataset"));
     json.key("dataSets");
     json.beginArray();
-    for (const Line& line : lines) {
+    for (std::int64_t k = 0; const PackageEntry& row : rows) {
         json.beginObject();
-        field("index", line.index);
-        field("name", line.name);
-        field("sample", line.samples);
-        field("numIca", line.components);
-        field("actIca", line.selected);
-        field("class", line.group);
-        field("selectBegin", line.selectBegin);
-        field("selectEnd", line.selectEnd);
-        field("current", line.current);
-        field("shown", line.shown);
+        field("index", k);
+        field("name", row.name);
+        field("sample", row.samples);
+        field("numIca", row.channels);
+        field("actIca", row.selectedChannel);
+        field("class", row.dataSetClass);
+        field("selectBegin", row.selectBegin);
+        field("selectEnd", row.selectEnd);
+        field("current", k++ == input.info().current);
+        field("shown", row.shown);
         json.endObject();
     }
     json.endArray();
@@ -59,16 +41,17 @@ void printJson(const Input& input, const std::vector<Line>& lines) {
     std::cout << '\n';
 }
 
-void printTable(const std::vector<Line>& lines) {
+void printTable(const Input& input, const std::vector<PackageEntry>& rows) {
     using Cells = std::vector<std::string>;
     std::vector<Cells> table = {{"Index", "Name", "Sample", "Num ICA", "Act ICA", "Class", "Select B",
                                  "Select E", "Current", "Shown"}};
-    for (const Line& line : lines) {
-        table.push_back({std::to_string(line.index), printable(line.name), std::to_string(line.samples),
-                         std::to_string(line.components), std::to_string(line.selected),
-                         std::to_string(line.group), std::to_string(line.selectBegin),
-                         std::to_string(line.selectEnd), line.current ? "Front" : "Back",
-                         line.shown ? "shown" : "hidden"});
+    for (std::int64_t k = 0; const PackageEntry& row : rows) {
+        const bool current = k == input.info().current;
+        table.push_back({std::to_string(k++), printable(row.name), std::to_string(row.samples),
+                         std::to_string(row.channels), std::to_string(row.selectedChannel),
+                         std::to_string(row.dataSetClass), std::to_string(row.selectBegin),
+                         std::to_string(row.selectEnd), current ? "Front" : "Back",
+                         row.shown ? "shown" : "hidden"});
     }
     std::vector<std::size_t> widths(table.front().size());
     for (const Cells& cells : table) {
@@ -84,13 +67,13 @@ void printTable(const std::vector<Line>& lines) {
 
 void list(const std::string& file, bool json) {
     Input input(file);
+    std::vector<PackageEntry> rows = input.rows();
     const Messages messages;
-    std::vector<Line> lines;
-    for (std::int32_t k = 0; k < input.count(); ++k) lines.push_back(lineOf(input, k));
-    json ? printJson(input, lines) : printTable(lines);
+    if (!input.isPackage())
+        rows[0].samples = input.dataSet(0).getTotalSample(); // as the data set corrects it
+    json ? printJson(input, rows) : printTable(input, rows);
     input.requireSound();
-    if (messages.count > 0)
-        throw Failure(file, messages.first.utf8() + " (" + counted(messages.count, "data set") + ")");
+    if (messages.count > 0) throw Failure(file, messages.first.utf8());
 }
 
 } // namespace icawave::cli

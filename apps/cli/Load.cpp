@@ -1,9 +1,6 @@
 #include "apps/cli/Load.h"
 
-#include "apps/cli/Progress.h"
-#include "apps/cli/Save.h"
 #include "apps/cli/Text.h"
-#include "package/DataSetOwner.h"
 
 #include <array>
 #include <cerrno>
@@ -11,6 +8,10 @@
 namespace icawave::cli {
 
 namespace {
+
+constexpr const char* packageKeyword = "FACEICA";
+constexpr const char* dataSetKeyword = "TRIALICADATA";
+constexpr const char* neitherKind = "neither a package nor a data set file";
 
 class InputFile : public CFile {
 public:
@@ -29,12 +30,11 @@ private:
     std::optional<Progress> m_progress;
 };
 
-// The text that the file begins with, if it is short enough for a keyword in any of its encodings.
-CString firstText(InputFile& file) {
+// The text that a file begins with, if it is short enough for a keyword in any of its encodings.
+CString firstText(const std::string& path) {
+    InputFile file(path);
     std::array<char, 64> head{};
-    const std::int64_t size = file.Read(head.data(), head.size());
-    file.Seek(0, CFile::begin);
-    CMemFile start(head.data(), static_cast<std::size_t>(size));
+    CMemFile start(head.data(), static_cast<std::size_t>(file.Read(head.data(), head.size())));
     CArchive archive(&start, CArchive::load);
     CString text;
     try {
@@ -44,43 +44,47 @@ CString firstText(InputFile& file) {
     return text;
 }
 
-std::string describe(const std::optional<ArchiveFault>& fault, const CString& text, std::int64_t offset,
-                     std::int64_t more) {
-    std::string line = fault ? fault->text : text.utf8();
-    line += " at byte " + std::to_string(fault ? fault->offset : offset);
-    if (fault && !fault->record.empty()) line += " in " + fault->record;
-    if (more > 0) line += "; " + counted(more, "more fault");
-    return line;
+std::string andMore(std::int64_t faults) {
+    return faults > 0 ? "; " + counted(faults, "more fault") : "";
 }
 
 } // namespace
 
-Input::Input(const std::string& path) : m_path(path) {
+std::string describe(const ArchiveFault& fault) {
+    std::string line = fault.text + " at byte " + std::to_string(fault.offset);
+    if (!fault.record.empty()) line += " in " + fault.record;
+    return line;
+}
+
+void requireNone(const std::string& path, const std::vector<ArchiveFault>& faults) {
+    if (!faults.empty()) throw Failure(path, describe(faults.front()) + andMore(std::ssize(faults) - 1));
+}
+
+WholeFile::WholeFile(const std::string& path) {
     try {
+        const CString keyword = firstText(path);
+        isPackage = keyword == packageKeyword;
+        if (!isPackage && keyword != dataSetKeyword) throw Failure(path, neitherKind);
         InputFile file(path);
-        const CString keyword = firstText(file);
-        m_isPackage = keyword == "FACEICA";
-        if (!m_isPackage && keyword != "TRIALICADATA")
-            throw Failure(path, "neither a package nor a data set file");
-        m_bytes = file.GetLength();
+        bytes = file.GetLength();
         CArchive archive(&file, CArchive::load);
         load(archive);
-        m_following = archive.remainingBytes();
+        bytesBehind = archive.remainingBytes();
     } catch (const CException& e) {
         throw Failure(path, e.what());
     }
 }
 
-void Input::load(CArchive& archive) {
+void WholeFile::load(CArchive& archive) {
     Messages messages;
     std::int32_t result = 0;
     try {
-        if (m_isPackage) {
-            result = m_package.serialize(archive);
+        if (isPackage) {
+            result = package.serialize(archive);
         } else {
             DataSetOwner dataSet = newDataSet();
             if (!dataSet) AfxThrowMemoryException();
-            m_package.setIcaData(dataSet.get(), 0);
+            package.setIcaData(dataSet.get(), 0);
             result = dataSet.release()->serialize(archive);
         }
     } catch (const CException& e) {
@@ -89,28 +93,64 @@ void Input::load(CArchive& archive) {
     }
     if (messages.count == 0 && result == 0) messages.messageBox("the record could not be read");
     if (messages.count == 0 && !archive.firstFault()) return;
-    m_fault = describe(archive.firstFault(), messages.first, archive.offset(), messages.count - 1);
+    const ArchiveFault unplaced{archive.offset(), "", messages.first.utf8()};
+    fault = describe(archive.firstFault().value_or(unplaced)) + andMore(messages.count - 1);
 }
 
-std::int32_t Input::checked(std::optional<std::int32_t> index) {
-    if (!index && m_isPackage) throw Failure(m_path, "a package needs -d and the index of a data set");
+Input::Input(const std::string& path) : m_path(path), m_progress("reading " + path, 0) {
+    const CString keyword = firstText(path);
+    if (keyword == dataSetKeyword) {
+        m_single.emplace(path);
+        const CTrialIcaDatazq& d = *m_single->package.getIcaData(0);
+        PackageEntry& row = m_row.emplace_back();
+        row.name = d.m_icaName;
+        row.samples = d.m_totalSample;
+        row.channels = d.m_chnlTotal;
+        row.selectedChannel = d.m_selectIca;
+        row.dataSetClass = d.m_icaClass;
+        row.selectBegin = d.m_selectBegin;
+        row.selectEnd = d.m_selectEnd;
+        row.shown = d.m_icaShow;
+        return;
+    }
+    try {
+        m_package.emplace(path, [this](std::int64_t bytes) { m_progress.update(bytes); });
+    } catch (const FileError&) {
+        if (keyword == packageKeyword) throw;
+        throw Failure(path, neitherKind); // nor are there data sets behind a damaged beginning
+    }
+}
+
+PackageInfo Input::info() const {
+    if (isPackage()) return m_package->info();
+    const CFaceIcazq fresh;
+    return {fresh.m_curntIcaDataSetID, fresh.m_pkgType, fresh.m_pkgName, fresh.m_pkgInfo, fresh.m_pkgShow};
+}
+
+std::int32_t Input::checked(std::optional<std::int32_t> index) const {
+    if (!index && isPackage()) throw Failure(m_path, "a package needs -d and the index of a data set");
     const std::int32_t k = index.value_or(0);
     if (k >= 0 && k < count()) return k;
     throw Failure(m_path, "there is no data set " + std::to_string(k) + "; the file holds " +
                               std::to_string(count()) + ", counted from 0");
 }
 
-void Input::saveAs(const std::string& path) {
-    save(path, [this](CFile& out) {
-        if (m_isPackage)
-            store(out, m_package);
-        else
-            store(out, dataSet(0));
-    });
+CTrialIcaDatazq& Input::dataSet(std::int32_t index) {
+    if (!isPackage()) return *m_single->package.getIcaData(index);
+    m_dataSet.reset(); // before the next one needs memory
+    m_dataSet = newDataSet();
+    if (!m_dataSet) AfxThrowMemoryException();
+    m_package->read(index, *m_dataSet);
+    return *m_dataSet;
+}
+
+void Input::copyTo(PackageWriter& writer, std::int32_t index) {
+    isPackage() ? writer.copy(*m_package, index) : writer.add(&dataSet(index));
 }
 
 void Input::requireSound() const {
-    if (m_fault) throw Failure(m_path, *m_fault);
+    if (m_single && m_single->fault) throw Failure(m_path, *m_single->fault);
+    if (m_package) requireNone(m_path, m_package->faults());
 }
 
 } // namespace icawave::cli

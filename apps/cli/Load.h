@@ -1,16 +1,22 @@
 // Reading a package or a data set file, whatever its state.
 #pragma once
 
+#include "apps/cli/Progress.h"
+
+#include <icawave/PackageFile.h>
 #include <icawave/icawave.h>
+
+#include "package/DataSetOwner.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace icawave::cli {
 
-// The library's messages while it lives. A damaged package can bring one for each of its data sets: the first
-// text and the count are kept.
+// The library's messages while it lives. A damaged record can bring thousands: the first text and the count
+// are kept.
 class Messages : public UiFrontEnd {
 public:
     Messages() : m_previous(setUiFrontEnd(this)) {}
@@ -27,34 +33,57 @@ private:
     UiFrontEnd* m_previous;
 };
 
-// A file and all that could be loaded from it.
+// All that the library's own loaders take from a file, which keep what they can of a damaged one.
+struct WholeFile {
+    explicit WholeFile(const std::string& path); // a Failure for what is neither kind of file
+
+    bool isPackage = false;
+    CFaceIcazq package; // of a data set file: a list of the one
+    std::int64_t bytes = 0;
+    std::int64_t bytesBehind = 0;     // behind the record
+    std::optional<std::string> fault; // the first, where it lies and how many follow
+
+private:
+    void load(CArchive& archive);
+};
+
+// A file whose data sets are read one at a time: of a package, no other is in memory.
 class Input {
 public:
     explicit Input(const std::string& path); // a Failure for what is neither kind of file
 
-    bool isPackage() const { return m_isPackage; }
-    CFaceIcazq& package() { return m_package; } // of a data set file: a list of the one, which is current
-    std::int32_t count() { return static_cast<std::int32_t>(m_package.getTotalIca()); }
+    bool isPackage() const { return m_package.has_value(); }
+    const PackageFile& package() const { return *m_package; } // of a package only
+    std::int64_t bytes() const { return isPackage() ? m_package->size() : m_single->bytes; }
+    std::int64_t bytesBehind() const {
+        return isPackage() ? m_package->bytesBehind() : m_single->bytesBehind;
+    }
+    // What a list shows, one row for each data set that the file has undamaged.
+    const std::vector<PackageEntry>& rows() const { return isPackage() ? m_package->dataSets() : m_row; }
+    std::int32_t count() const { return static_cast<std::int32_t>(rows().size()); }
+    // A package's own fields; of a data set file, those of a new package.
+    PackageInfo info() const;
+
     // The index that the user gave, 0 without one for a data set file; a Failure when there is no such data
     // set.
-    std::int32_t checked(std::optional<std::int32_t> index);
-    CTrialIcaDatazq& dataSet(std::int32_t index) { return *m_package.getIcaData(index); }
+    std::int32_t checked(std::optional<std::int32_t> index) const;
+    CTrialIcaDatazq& dataSet(std::int32_t index); // until the next call
+    // Adds a data set to a package, as the bytes that the file has where it is a package itself.
+    void copyTo(PackageWriter& writer, std::int32_t index);
 
-    std::int64_t bytes() const { return m_bytes; }           // of the whole file
-    std::int64_t bytesBehind() const { return m_following; } // those behind the record
-    void requireSound() const;                               // a Failure when loading met a fault
-
-    void saveAs(const std::string& path); // as the record that it was loaded from
+    void requireSound() const; // a Failure when a fault was found so far
 
 private:
-    void load(CArchive& archive);
-
     std::string m_path;
-    bool m_isPackage = false;
-    CFaceIcazq m_package;
-    std::int64_t m_bytes = 0;
-    std::int64_t m_following = 0;
-    std::optional<std::string> m_fault; // the first, where it lies and how many follow
+    Progress m_progress;
+    std::optional<PackageFile> m_package;
+    std::optional<WholeFile> m_single;
+    std::vector<PackageEntry> m_row; // of the single data set
+    DataSetOwner m_dataSet;
 };
+
+std::string describe(const ArchiveFault& fault); // text, place and record
+// A Failure with the first fault and how many more there are.
+void requireNone(const std::string& path, const std::vector<ArchiveFault>& faults);
 
 } // namespace icawave::cli

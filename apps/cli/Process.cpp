@@ -2,8 +2,8 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Json.h"
 #include "apps/cli/Load.h"
+#include "apps/cli/Save.h"
 #include "apps/cli/Text.h"
-#include "package/DataSetOwner.h"
 
 #include <array>
 #include <iostream>
@@ -93,19 +93,32 @@ void stats(const std::string& file, std::optional<std::int32_t> index, bool comp
 void norm(const std::string& file, std::optional<std::int32_t> index, const std::string& target) {
     Input input(file);
     input.requireSound();
-    CTrialIcaDatazq& dataSet = input.dataSet(input.checked(index));
-    const Messages messages;
-    if (!dataSet.normRMS())
-        throw Failure(file, messages.count ? messages.first.utf8() : "the data set has no values");
-    input.saveAs(target);
-    std::cout << "divided by " << number(dataSet.m_normRMS) << '\n';
+    const std::int32_t chosen = input.checked(index);
+    double divisor = 0.0;
+    const auto divide = [&]() -> CTrialIcaDatazq& {
+        CTrialIcaDatazq& dataSet = input.dataSet(chosen);
+        const Messages messages;
+        if (!dataSet.normRMS())
+            throw Failure(file, messages.count ? messages.first.utf8() : "the data set has no values");
+        divisor = dataSet.m_normRMS;
+        return dataSet;
+    };
+    if (input.isPackage())
+        savePackage(target, input.count(), input.info(), [&](PackageWriter& writer) {
+            for (std::int32_t k = 0; k < input.count(); ++k)
+                k == chosen ? writer.add(&divide()) : input.copyTo(writer, k);
+        });
+    else
+        save(target, [&](CFile& out) { store(out, divide()); });
+    std::cout << "divided by " << number(divisor) << '\n';
 }
 
 void sum(const std::string& file, const std::string& target) {
     Input input(file);
     input.requireSound();
     if (input.count() < 1) throw Failure(file, "there is no data set");
-    CTrialIcaDatazq& total = input.dataSet(0);
+    Input firstInput(file);
+    CTrialIcaDatazq& total = firstInput.dataSet(0);
     std::int32_t added = 1;
     std::string others;
     for (std::int32_t k = 1; k < input.count(); ++k) {
@@ -114,13 +127,13 @@ void sum(const std::string& file, const std::string& target) {
         else
             others += (others.empty() ? "" : ", ") + std::to_string(k);
     }
-    CPtrArray& list = input.package().m_icaDataArray;
-    while (list.GetSize() > 1) {
-        const DataSetOwner done(&input.dataSet(1));
-        list.RemoveAt(1);
+    if (input.isPackage()) {
+        PackageInfo info = input.info();
+        info.current = 0;
+        savePackage(target, 1, info, [&](PackageWriter& writer) { writer.add(&total); });
+    } else {
+        save(target, [&](CFile& out) { store(out, total); });
     }
-    input.package().setCurrentIca(0);
-    input.saveAs(target);
     std::cout << counted(added, "data set") << " summed";
     if (!others.empty()) std::cout << "; of another size: " << others;
     std::cout << '\n';

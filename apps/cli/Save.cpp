@@ -3,21 +3,16 @@
 #include "apps/cli/Progress.h"
 #include "apps/cli/Text.h"
 
-#include <cerrno>
-#include <cstdlib>
-#include <sys/stat.h>
-#include <unistd.h>
-
 namespace icawave::cli {
 
 namespace {
 
-class OutputFile : public CFile {
+class OutputFile : public AtomicFile {
 public:
-    explicit OutputFile(const std::string& path) : m_progress("writing " + path, 0) {}
+    explicit OutputFile(const std::string& path) : AtomicFile(path), m_progress("writing " + path, 0) {}
 
     void Write(const void* buffer, std::int64_t count) override {
-        CFile::Write(buffer, count);
+        AtomicFile::Write(buffer, count);
         m_progress.update(GetPosition());
     }
 
@@ -25,68 +20,27 @@ private:
     Progress m_progress;
 };
 
-constexpr int mostLinks = 40; // as the system's own limit
-
-// Where a chain of symbolic links leads, to an existing file or not.
-std::filesystem::path followLinks(std::filesystem::path path) {
-    std::error_code ignored;
-    for (int k = 0; k < mostLinks && std::filesystem::is_symlink(path, ignored); ++k)
-        path = path.parent_path() / std::filesystem::read_symlink(path, ignored);
-    return path;
-}
-
-mode_t permissionsOfNewFiles() {
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return 0666 & ~mask;
-}
-
 } // namespace
-
-SafeFile::SafeFile(const std::string& path)
-    : m_path(path), m_target(followLinks(path)), m_file(std::make_unique<OutputFile>(path)) {
-    struct stat status;
-    const bool exists = ::stat(path.c_str(), &status) == 0;
-    if (exists && S_ISDIR(status.st_mode)) fail(EISDIR);
-    if (exists && ::access(path.c_str(), W_OK) != 0) fail(errno);
-    std::string opened = path;
-    if (!exists || S_ISREG(status.st_mode)) {
-        m_permissions = exists ? status.st_mode & 07777 : permissionsOfNewFiles();
-        opened = m_target.parent_path() / ".icawave-XXXXXX";
-        m_temporary.descriptor = ::mkstemp(opened.data());
-        if (m_temporary.descriptor < 0) fail(errno);
-        m_temporary.name = opened;
-    }
-    errno = 0;
-    if (!m_file->Open(opened, CFile::modeCreate | CFile::modeWrite)) fail(errno);
-}
-
-SafeFile::Temporary::~Temporary() {
-    if (descriptor >= 0) ::close(descriptor);
-    if (!name.empty()) ::unlink(name.c_str());
-}
-
-void SafeFile::commit() {
-    m_file->Close();
-    if (m_temporary.name.empty()) return;
-    if (::fchmod(m_temporary.descriptor, m_permissions) != 0) fail(errno);
-    if (::fsync(m_temporary.descriptor) != 0) fail(errno);
-    if (::rename(m_temporary.name.c_str(), m_target.c_str()) != 0) fail(errno);
-    m_temporary.name.clear();
-}
-
-void SafeFile::fail(int error) const {
-    throw Failure(m_path, "cannot be written: " + systemError(error));
-}
 
 void save(const std::string& path, const std::function<void(CFile&)>& write) {
     try {
-        SafeFile target(path);
-        write(target.file());
+        OutputFile target(path);
+        write(target);
         target.commit();
+    } catch (const FileError&) { // names its file, which may be one that was read
+        throw;
     } catch (const CException& e) {
         throw Failure(path, std::string("cannot be written: ") + e.what());
     }
+}
+
+void savePackage(const std::string& path, std::int32_t slots, const PackageInfo& info,
+                 const std::function<void(PackageWriter&)>& write) {
+    save(path, [&](CFile& file) {
+        PackageWriter writer(file, slots, info);
+        write(writer);
+        writer.finish();
+    });
 }
 
 } // namespace icawave::cli

@@ -1,45 +1,20 @@
 // Writing a file so that a failure leaves what was there before.
 #pragma once
 
-#include <icawave/icawave.h>
+#include <icawave/PackageFile.h>
 
-#include <cstdint>
-#include <filesystem>
 #include <functional>
-#include <memory>
 #include <string>
 
 namespace icawave::cli {
 
-// A file that takes its place once it is complete: until commit() it has another name in the same folder, and
-// without commit() it vanishes. A target that is a link is followed; the permissions of a file that is
-// replaced are kept. A target that cannot be replaced, such as a device, is written as it is.
-class SafeFile {
-public:
-    explicit SafeFile(const std::string& path);
-
-    CFile& file() { return *m_file; }
-    void commit();
-
-private:
-    struct Temporary {
-        ~Temporary();
-
-        std::string name; // empty: there is none, or no longer
-        int descriptor = -1;
-    };
-
-    [[noreturn]] void fail(int error) const;
-
-    std::string m_path;
-    std::filesystem::path m_target;
-    std::uint32_t m_permissions = 0; // of the finished file
-    Temporary m_temporary;
-    std::unique_ptr<CFile> m_file;
-};
-
-// Lets `write` fill the file and puts it in its place. Whatever goes wrong is a Failure that names the path.
+// Lets `write` fill the file and puts it in its place (see AtomicFile). What cannot be written is a Failure
+// that names the path.
 void save(const std::string& path, const std::function<void(CFile&)>& write);
+
+// Lets `write` fill the slots of a package, and saves it.
+void savePackage(const std::string& path, std::int32_t slots, const PackageInfo& info,
+                 const std::function<void(PackageWriter&)>& write);
 
 // Stores a record.
 template <class T>

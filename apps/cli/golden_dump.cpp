@@ -1,6 +1,6 @@
 // golden_dump KIND FILE [--preload FILE] [--resave FILE]: loads a record of that kind and prints what came of
 // it as one JSON object: messages, result, exception, and every field of the object afterwards.
-#include "apps/cli/Dump.h"
+#include "apps/cli/Fields.h"
 
 #include <icawave/icawave.h>
 

@@ -27,6 +27,7 @@
 #include <icawave/platform/File.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -123,8 +124,9 @@ class ICAWAVE_EXPORT PackageFile {
 public:
     // Reads the index, or walks the records of a file whose index is missing or damaged. Then data sets that
     // cannot be loaded are faults and not in the list. FileError for a file in which there is neither a
-    // package nor a data set.
-    explicit PackageFile(const CString& path);
+    // package nor a data set. `whenRead` is told the bytes read so far, now and then, as long as this file is
+    // open.
+    explicit PackageFile(const CString& path, std::function<void(std::int64_t)> whenRead = {});
     ~PackageFile();
     PackageFile(const PackageFile&) = delete;
     PackageFile& operator=(const PackageFile&) = delete;

@@ -1,4 +1,4 @@
-#include "apps/cli/Dump.h"
+#include "apps/cli/Fields.h"
 
 #include <string>
 
@@ -6,9 +6,9 @@ namespace icawave::cli {
 
 namespace {
 
-class Dumper {
+class Walker {
 public:
-    explicit Dumper(JsonWriter& json) : m_json(json) {}
+    explicit Walker(const VisitField& visit) : m_visit(visit) {}
 
     void fields(const CFaceIca& p);
     void fields(const CTrialIcaData& d);
@@ -17,28 +17,20 @@ public:
     void fields(CIcaParam& p);
 
 private:
-    void field(const char* name, std::integral auto value) { // a truth value as 0 or 1
-        key(name);
-        m_json.value(static_cast<std::int64_t>(value));
+    void field(const std::string& name, std::integral auto value) { // a truth value as 0 or 1
+        tell(name, static_cast<std::int64_t>(value));
     }
-    void field(const char* name, double value) {
-        key(name);
-        m_json.bits(value);
-    }
-    void field(const char* name, const CString& value) {
-        key(name);
-        m_json.value(value);
-    }
-    void field(const char* name, CMMatrix2Dzq& matrix);
+    void field(const std::string& name, double value) { tell(name, value); }
+    void field(const std::string& name, const CString& value) { tell(name, value); }
+    void field(const std::string& name, CMMatrix2Dzq& matrix);
     void values(const char* name, const double* data, std::int64_t size);
     void bufferFields(const auto& owner);
 
-    // A nested object: null, or `mark` followed by its keys under `name.`.
+    // A nested object: absent, or `mark` followed by its keys under `name.`.
     template <class T>
     void nested(const std::string& name, T* object, std::int64_t mark) {
-        key(name);
-        if (!object) return m_json.null();
-        m_json.value(mark);
+        if (!object) return tell(name, {});
+        tell(name, mark);
         inside(name, *object);
     }
     template <class T>
@@ -50,41 +42,31 @@ private:
     }
     template <class T>
     void elements(const std::string& name, const T* array, std::int64_t count) {
-        key(name);
-        if (!array) return m_json.null();
-        m_json.value(count);
+        if (!array) return tell(name, {});
+        tell(name, count);
         for (std::int64_t k = 0; k < count; ++k) inside(name + "[" + std::to_string(k) + "]", array[k]);
     }
 
-    void key(const std::string& name) { m_json.key(m_path + name); }
+    void tell(const std::string& name, const FieldValue& value) { m_visit(m_path + name, value); }
 
-    JsonWriter& m_json;
+    const VisitField& m_visit;
     std::string m_path;
 };
 
-void Dumper::values(const char* name, const double* data, std::int64_t size) {
-    key(name);
-    if (!data) return m_json.null();
-    m_json.beginArray();
-    for (std::int64_t i = 0; i < size; ++i) m_json.bits(data[i]);
-    m_json.endArray();
+void Walker::values(const char* name, const double* data, std::int64_t size) {
+    if (!data) return tell(name, {});
+    tell(name, std::span(data, static_cast<std::size_t>(size)));
 }
 
-void Dumper::field(const char* name, CMMatrix2Dzq& matrix) {
-    const std::string base = name;
-    key(base + ".rows");
-    m_json.value(matrix.getRow());
-    key(base + ".cols");
-    m_json.value(matrix.getCol());
-    key(base + ".data");
-    m_json.beginArray();
-    for (std::int64_t r = 0; r < matrix.getRow(); ++r) {
-        for (std::int64_t c = 0; c < matrix.getCol(); ++c) m_json.bits(matrix.getDataPP()[r][c]);
-    }
-    m_json.endArray();
+void Walker::field(const std::string& name, CMMatrix2Dzq& matrix) {
+    const std::int64_t size = matrix.getRow() * matrix.getCol();
+    field(name + ".rows", matrix.getRow());
+    field(name + ".cols", matrix.getCol());
+    const double* const block = size > 0 ? matrix.getDataPP()[0] : nullptr;
+    tell(name + ".data", std::span(block, static_cast<std::size_t>(size)));
 }
 
-void Dumper::bufferFields(const auto& owner) {
+void Walker::bufferFields(const auto& owner) {
     field("m_bkSize", owner.m_bkSize);
     values("m_bkData", owner.m_bkData, owner.m_bkSize);
     field("m_size", owner.m_size);
@@ -92,7 +74,7 @@ void Dumper::bufferFields(const auto& owner) {
     field("m_currentPt", owner.m_currentPt);
 }
 
-void Dumper::fields(const CIcProjectData& i) {
+void Walker::fields(const CIcProjectData& i) {
     bufferFields(i);
     field("m_prjIntA", i.m_prjIntA);
     field("m_prjIntB", i.m_prjIntB);
@@ -105,7 +87,7 @@ void Dumper::fields(const CIcProjectData& i) {
     field("m_prjValue5", i.m_prjValue5);
 }
 
-void Dumper::fields(const CChnlIcaData& c) {
+void Walker::fields(const CChnlIcaData& c) {
     bufferFields(c);
     field("m_chnlTag", c.m_chnlTag);
     field("m_show", c.m_show);
@@ -115,7 +97,7 @@ void Dumper::fields(const CChnlIcaData& c) {
     field("m_projectCurrent", c.m_projectCurrent);
 }
 
-void Dumper::fields(CIcaParam& p) {
+void Walker::fields(CIcaParam& p) {
     field("m_nIca", p.m_nIca);
     field("m_nComp", p.m_nComp);
     field("m_nSample", p.m_nSample);
@@ -125,17 +107,13 @@ void Dumper::fields(CIcaParam& p) {
     field("m_Wsecond", p.m_Wsecond);
     field("m_extraIntA", p.m_extraIntA);
     field("m_extraIntB", p.m_extraIntB);
-    key("m_extraUintList");
-    m_json.beginArray();
-    for (std::int64_t k = 0; k < p.m_extraUintList.GetSize(); ++k) m_json.value(p.m_extraUintList.GetAt(k));
-    m_json.endArray();
+    std::vector<std::int64_t> list;
+    for (std::int64_t k = 0; k < p.m_extraUintList.GetSize(); ++k) list.push_back(p.m_extraUintList.GetAt(k));
+    tell("m_extraUintList", list);
 }
 
-void Dumper::fields(const CTrialIcaData& d) {
-    key("m_icaInfo");
-    m_json.beginArray();
-    for (const std::int32_t value : d.m_icaInfo) m_json.value(value);
-    m_json.endArray();
+void Walker::fields(const CTrialIcaData& d) {
+    tell("m_icaInfo", std::vector<std::int64_t>(std::begin(d.m_icaInfo), std::end(d.m_icaInfo)));
     field("m_sampleRate", d.m_sampleRate);
     field("m_anaLatencyBegin", d.m_anaLatencyBegin);
     field("m_anaLatencyEnd", d.m_anaLatencyEnd);
@@ -170,7 +148,7 @@ void Dumper::fields(const CTrialIcaData& d) {
     nested("m_icaParam", d.m_icaParam, 1);
 }
 
-void Dumper::fields(const CFaceIca& p) {
+void Walker::fields(const CFaceIca& p) {
     field("m_pkgType", p.m_pkgType);
     field("m_pkgName", p.m_pkgName);
     field("m_pkgInfo", p.m_pkgInfo);
@@ -183,26 +161,46 @@ void Dumper::fields(const CFaceIca& p) {
     }
 }
 
+// A field's value as JSON.
+struct Write {
+    JsonWriter& json;
+
+    void operator()(std::monostate) const { json.null(); }
+    void operator()(std::int64_t value) const { json.value(value); }
+    void operator()(double value) const { json.bits(value); }
+    void operator()(const CString& value) const { json.value(value); }
+    template <class Values>
+    void operator()(const Values& values) const {
+        json.beginArray();
+        for (const auto value : values) (*this)(value);
+        json.endArray();
+    }
+};
+
 } // namespace
 
-void dump(JsonWriter& json, const CFaceIca& package) {
-    Dumper(json).fields(package);
+void forEachField(const CFaceIca& package, const VisitField& visit) {
+    Walker(visit).fields(package);
 }
 
-void dump(JsonWriter& json, const CTrialIcaData& dataSet) {
-    Dumper(json).fields(dataSet);
+void forEachField(const CTrialIcaData& dataSet, const VisitField& visit) {
+    Walker(visit).fields(dataSet);
 }
 
-void dump(JsonWriter& json, const CChnlIcaData& channel) {
-    Dumper(json).fields(channel);
+void forEachField(const CChnlIcaData& channel, const VisitField& visit) {
+    Walker(visit).fields(channel);
 }
 
-void dump(JsonWriter& json, const CIcProjectData& item) {
-    Dumper(json).fields(item);
+void forEachField(const CIcProjectData& item, const VisitField& visit) {
+    Walker(visit).fields(item);
 }
 
-void dump(JsonWriter& json, CIcaParam& parameters) {
-    Dumper(json).fields(parameters);
+void forEachField(CIcaParam& parameters, const VisitField& visit) {
+    Walker(visit).fields(parameters);
+}
+
+void writeField(JsonWriter& json, const FieldValue& value) {
+    std::visit(Write{json}, value);
 }
 
 } // namespace icawave::cli
