@@ -92,10 +92,10 @@ class Records(Case):
         places = [m.start() for m in re.finditer(re.escape(keyword), whole)]
         broken = bytearray(whole)
         broken[places[1]] ^= 1
-        table = [(whole[:-1], f"unexpected end of file at byte {len(whole) - 1} in FACEICA"),
+        table = [(whole[:-1], r"the package's own fields are lost at byte \d+ in FACEICA"),
                  (bytes(broken), rf"Unknown MMatrix1D file! at byte {places[1] - 4} in FACEICA, TRIALICADATA 0, "
                                  "WAVEICADATA 1"),
-                 (b"", "neither a package"), (whole[2:], "neither a package")]
+                 (whole[2:], r"beginning is damaged at byte 0 in FACEICA"), (b"", "neither a package")]
         for content, pattern in table:
             (self.folder / "f").write_bytes(content)
             self.bad(pattern, "check", "f")
@@ -318,6 +318,98 @@ class Tables(Case):
         self.assertEqual(stat.S_IMODE(old.stat().st_mode), 0o640)
         self.good("copy", "old", "old")
         self.assertEqual(old.read_bytes(), (self.folder / "p.icpkg").read_bytes())
+
+
+class Packages(Case):
+    def setUp(self):
+        super().setUp()
+        random = np.random.default_rng(3)
+        scipy.io.savemat(self.folder / "in.set", {"EEG": small_set(trials=4, data=random.normal(size=(3, 5, 4)))})
+        self.good("import", "in.set", "-o", "p.icpkg")
+        self.bytes = (self.folder / "p.icpkg").read_bytes()
+
+    def write(self, name, content):
+        (self.folder / name).write_bytes(content)
+
+    def damaged(self, data_set):
+        """The package with one bit of a data set's last value changed."""
+        content = bytearray(self.bytes)
+        places = [m.start() for m in re.finditer(re.escape("TRIALICADATA".encode("utf-16-le")), content)]
+        content[content.find(b"\xff\xfe\xff\x0b", places[data_set]) + 60] ^= 1
+        return bytes(content)
+
+    def same(self, *files):
+        self.assertEqual(len({(self.folder / file).read_bytes() for file in files}), 1, files)
+
+    def test_check_finds_changed_bytes(self):
+        self.assertIn("4 data sets", self.good("check", "p.icpkg"))
+        for at in range(0, len(self.bytes), 97):
+            self.write("f", self.bytes[:at] + bytes([self.bytes[at] ^ 4]) + self.bytes[at + 1:])
+            self.bad(r"at byte \d+ in (FACEICA|index)", "check", "f")
+
+    def test_salvage_loses_the_damaged_data_set_alone(self):
+        self.write("bad", self.damaged(2))
+        self.assertIn("FACEICA, TRIALICADATA 2\n", self.bad("data set|bytes", "check", "bad"))
+        self.assertRegex(self.good("salvage", "bad", "-o", "out"), r"TRIALICADATA 2\nout: 3 data sets\n$")
+        self.good("extract", "p.icpkg", "-d", 0, 1, 3, "-o", "expected")
+        self.same("out", "expected")
+        self.good("export", "bad", "-d", 3, "-o", "v.icd")
+        self.good("export", "p.icpkg", "-d", 3, "-o", "w.icd")
+        self.same("v.icd", "w.icd")
+        for words, pattern in [(["salvage", "bad", "-o", "./bad"], "is the file to salvage"),
+                               (["salvage", "v.icd", "-o", "x"], "not a package"),
+                               (["export", "bad", "-d", "2", "-o", "x.icd"], "TRIALICADATA 2"),
+                               (["extract", "bad", "-d", "2", "-o", "x"], "TRIALICADATA 2"),
+                               (["merge", "p.icpkg", "bad", "-o", "x"], "TRIALICADATA 2"),
+                               (["copy", "bad", "x"], "TRIALICADATA 2"), (["diff", "p.icpkg", "bad"], "TRIALICADATA 2")]:
+            self.bad(pattern, *words)
+        self.assertEqual((self.folder / "bad").read_bytes(), self.damaged(2))
+        self.assertFalse((self.folder / "x").exists())
+
+    def test_taken_apart_and_joined_it_is_the_same_file(self):
+        for k in range(4):
+            self.good("extract", "p.icpkg", "-d", k, "-o", f"{k}")
+            self.good("export", "p.icpkg", "-d", k, "-o", f"{k}.icd")
+        self.good("merge", "0", "1", "2.icd", "3", "-o", "merged")
+        self.good("copy", "p.icpkg", "copied")
+        self.same("p.icpkg", "merged", "copied")
+        self.good("extract", "p.icpkg", "-d", 3, 0, "-o", "turned")
+        self.assertEqual([(row["name"], row["current"]) for row in self.rows("turned")],
+                         [("réc trial 4", False), ("réc trial 1", True)])
+
+    def rows(self, file):
+        return json.loads(self.good("list", file, "--json"))["dataSets"]
+
+    def test_an_index_is_added_and_kept(self):
+        plain = self.bytes[:self.bytes.index("ICAWAVEINDEX".encode("utf-16-le")) - 4]
+        self.write("plain", plain)
+        self.good("copy", "plain", "copied")
+        self.same("plain", "copied")
+        self.assertEqual(self.rows("plain"), self.rows("p.icpkg"))
+        self.good("diff", "plain", "p.icpkg")
+        self.assertIn("index of 4 data sets", self.good("index", "plain"))
+        self.same("plain", "p.icpkg")
+        self.assertIn("already", self.good("index", "plain"))
+        self.write("cut", plain[:-1])
+        self.bad("own fields are lost", "index", "cut")
+        self.assertEqual((self.folder / "cut").read_bytes(), plain[:-1])
+
+    def test_diff_tells_every_field(self):
+        self.assertEqual(self.good("diff", "p.icpkg", "p.icpkg"), "")
+        self.good("norm", "p.icpkg", "-d", 1, "-o", "n")
+        out = self.bad(r"n: differs from p\.icpkg in \d fields", "diff", "p.icpkg", "n")
+        self.assertRegex(out, r"(?m)^m_icaDataArray\[1\]\.m_chnlIcaData\[1\]\.m_data: 5 of 5 values, first \[0\]: ")
+        self.assertNotIn("m_icaDataArray[0]", out)
+        self.good("extract", "p.icpkg", "-d", 0, "-o", "0")
+        self.assertEqual(self.bad("in 1 field\n", "diff", "p.icpkg", "0"), "data sets: 4 | 1\n")
+        self.good("export", "p.icpkg", "-d", 0, "-o", "0.icd")
+        self.bad("not the same kind", "diff", "0", "0.icd")
+        record = (self.folder / "0.icd").read_bytes()
+        self.good("export", "0.icd", "-o", "v.npy")
+        value = np.load(self.folder / "v.npy")[1, 3].tobytes()
+        self.write("zero.icd", record.replace(value, bytes(8)))
+        self.write("minus.icd", record.replace(value, bytes(7) + b"\x80"))
+        self.assertIn("0 | -0", self.bad("in 1 field", "diff", "zero.icd", "minus.icd"))
 
 
 if __name__ == "__main__":

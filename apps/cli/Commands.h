@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace icawave::cli {
 
@@ -17,6 +18,12 @@ void exportDataSet(const std::string& file, std::optional<std::int32_t> index, c
 void check(const std::string& file);
 void dumpFile(const std::string& file);
 void copy(const std::string& source, const std::string& target);
+void diff(const std::string& first, const std::string& second); // thrown out of when they differ
+
+void salvage(const std::string& source, const std::string& target);
+void addIndex(const std::string& file);
+void extract(const std::string& source, const std::vector<std::int32_t>& indices, const std::string& target);
+void merge(const std::vector<std::string>& sources, const std::string& target);
 
 // Without an index: all data sets.
 void stats(const std::string& file, std::optional<std::int32_t> index, bool components, bool json);

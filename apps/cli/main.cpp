@@ -21,7 +21,9 @@ int fail(const std::string& what) {
 void run(int argc, char** argv) {
     CLI::App app("Inspects, converts and stores component analyses of MEG and EEG recordings.", "icawave");
     app.require_subcommand(1);
-    std::string file, target;
+    std::string file, target, second;
+    std::vector<std::string> files;
+    std::vector<std::int32_t> indices;
     std::optional<std::int32_t> index;
     bool json = false, components = false;
     const auto command = [&](const char* name, const char* purpose, const char* fileName,
@@ -55,11 +57,27 @@ void run(int argc, char** argv) {
                 "FILE", [&] { exportDataSet(file, index, target); });
     choosesDataSet(exporting, whichOne);
     writes(exporting);
-    command("check", "Read everything and report the first fault", "FILE", [&] { check(file); });
+    command("check", "Check all checksums, then read all records", "FILE", [&] { check(file); });
     command("dump", "Print every field as JSON, doubles as their bits", "FILE", [&] { dumpFile(file); });
     command("copy", "Load a file and store it again", "IN", [&] { copy(file, target); })
         ->add_option("OUT", target, "the file to write")
         ->required();
+    command("diff", "Tell which fields and values of two files differ, bit for bit", "A",
+            [&] { diff(file, second); })
+        ->add_option("B", second, "the file to compare it with")
+        ->required();
+    writes(command("salvage", "Save the undamaged data sets of a damaged package", "IN",
+                   [&] { salvage(file, target); }));
+    command("index", "Add an index to a package that has none", "FILE", [&] { addIndex(file); });
+    CLI::App* extracting = command("extract", "Make a package of some of a package's data sets", "FILE",
+                                   [&] { extract(file, indices, target); });
+    extracting->add_option("-d", indices, "the data sets, counted from 0")->type_name("INDEX")->required();
+    writes(extracting);
+    CLI::App* merging = app.add_subcommand("merge", "Make one package of the data sets of several files");
+    merging->add_option("FILES", files, "the files to read; the first gives the package's fields")
+        ->required();
+    merging->callback([&] { merge(files, target); });
+    writes(merging);
     CLI::App* asking = command("stats", "Print range, means and RMS of each data set", "FILE",
                                [&] { stats(file, index, components, json); });
     choosesDataSet(asking, "only this data set, counted from 0");
