@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <ostream>
 #include <string>
 
 namespace icawave::cli {
@@ -16,13 +17,16 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     void update(std::int64_t done);
+    static void wipe(); // what is drawn, if anything
 
 private:
     std::string m_what;
     std::int64_t m_total;
     bool m_terminal;
-    bool m_drawn = false;
     std::chrono::steady_clock::time_point m_next; // when to draw again
 };
+
+// From now on what is written to the stream meets no line drawn on the terminal.
+void wipeProgressBefore(std::ostream& out);
 
 } // namespace icawave::cli

@@ -1,6 +1,7 @@
 // icawave: the command line. Every command either does all of its work or ends with one line on stderr; the
 // exit status is 0 or 1.
 #include "apps/cli/Commands.h"
+#include "apps/cli/Progress.h"
 #include "apps/cli/Text.h"
 
 #include <CLI/CLI.hpp>
@@ -102,6 +103,7 @@ void run(int argc, char** argv) {
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN); // a reader that went away shows as a failed write
     std::ios::sync_with_stdio(false);
+    wipeProgressBefore(std::cout);
     try {
         run(argc, argv);
         if (!std::cout.flush()) throw Failure("standard output", "cannot be written");
