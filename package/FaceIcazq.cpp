@@ -24,15 +24,17 @@ std::int32_t CFaceIcazq::sumFace(const CTrialIcaDatazq&) {
 }
 
 std::int32_t CFaceIcazq::showDlgIcaManager(CWnd* parent) {
-    if (!m_dlgIcaManager) {
-        auto dialog = icawave::withMemoryException([] { return std::make_unique<CDlgIcaWaveManager>(); });
-        dialog->Create(CDlgIcaWaveManager::templateNumber, parent);
-        m_dlgIcaManager = dialog.release();
-    }
-    m_dlgIcaManager->m_listIcaWave.m_facePkg = this;
-    m_dlgIcaManager->m_facePkgFile = this;
-    m_dlgIcaManager->ShowWindow(1);
-    m_dlgIcaManager->m_listIcaWave.refreshRows();
-    m_dlgIcaManager->UpdateData(false);
+    icawave::withMemoryException([&] {
+        if (!m_dlgIcaManager) {
+            auto dialog = std::make_unique<CDlgIcaWaveManager>();
+            dialog->Create(CDlgIcaWaveManager::templateNumber, parent);
+            m_dlgIcaManager = dialog.release();
+        }
+        m_dlgIcaManager->m_listIcaWave.m_facePkg = this;
+        m_dlgIcaManager->m_facePkgFile = this;
+        m_dlgIcaManager->ShowWindow(1);
+        m_dlgIcaManager->m_listIcaWave.refreshRows();
+        m_dlgIcaManager->UpdateData(false);
+    });
     return 1;
 }

@@ -3,6 +3,8 @@
 #include <icawave/platform/Exception.h>
 #include <icawave/platform/ListCtrl.h>
 
+#include "platform/Alloc.h"
+
 namespace icawave {
 
 namespace {
@@ -84,13 +86,17 @@ std::string ScriptedFrontEnd::print(CWnd& window) {
     return printWindow(window);
 }
 
+void ScriptedFrontEnd::messageBox(const CString& text) {
+    withMemoryException([&] { messages.push_back(text); });
+}
+
 std::optional<CString> ScriptedFrontEnd::fileDialog(const FileDialogRequest& request) {
-    fileDialogs.push_back(request);
+    withMemoryException([&] { fileDialogs.push_back(request); });
     return takeFront(fileAnswers);
 }
 
 std::int32_t ScriptedFrontEnd::popupMenu(const std::vector<MenuItem>& items, std::int32_t, std::int32_t) {
-    menus.push_back(items);
+    withMemoryException([&] { menus.push_back(items); });
     return takeFront(menuAnswers);
 }
 

@@ -106,7 +106,7 @@ std::intptr_t CWnd::SendMessage(std::uint32_t message, std::uintptr_t wParam, st
             if (command && entry.id != static_cast<std::int32_t>(wParam & 0xFFFF)) continue;
             if (notify && (!notification || entry.code != notification->code)) continue;
             if (message == icawave::message::notify && entry.id != notification->id) continue;
-            return entry.handler(*this, wParam, lParam);
+            return icawave::withMemoryException([&] { return entry.handler(*this, wParam, lParam); });
         }
     }
     return DefWindowProc(message, wParam, lParam);

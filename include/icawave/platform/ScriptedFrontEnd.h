@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -43,7 +44,7 @@ public:
 
     std::string print(CWnd& window); // UTF-8, see printWindow
 
-    void messageBox(const CString& text) override { messages.push_back(text); }
+    void messageBox(const CString& text) override;
     std::optional<CString> fileDialog(const FileDialogRequest& request) override;
     std::int32_t popupMenu(const std::vector<MenuItem>& items, std::int32_t x, std::int32_t y) override;
     void beginWaitCursor() override;
@@ -57,14 +58,16 @@ private:
 // for every front end.
 ICAWAVE_EXPORT std::string printWindow(const CWnd& window);
 
-// What a toolkit's event handlers run a user's act in: a CException out of it is shown as one message, since
-// nothing may unwind through an event loop.
+// What a toolkit's event handlers run a user's act in: a CException or a lack of memory is shown as one
+// message, since nothing may unwind through an event loop.
 template <class Act>
 void runUserAct(Act&& act) {
     try {
         act();
     } catch (const CException& failure) {
         uiFrontEnd().messageBox(failure.what());
+    } catch (const std::bad_alloc&) {
+        uiFrontEnd().messageBox(CMemoryException().what());
     }
 }
 

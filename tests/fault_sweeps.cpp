@@ -1,0 +1,136 @@
+// Memory that runs out at any place of any operation: the n-th allocation fails, for every n. It is told by a
+// result, a message or the library's exception, never by std::bad_alloc; what the operation is not about
+// stays as it was, and what it leaves can be stored and loaded. The address sanitizer sees what would leak.
+#include "tests/Support.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+using test::Bytes;
+using test::load;
+using test::stored;
+
+namespace {
+
+// Two data sets that have all that a record can hold.
+struct Scene {
+    Scene() {
+        const test::Rows unmixing({1, 2, 3, 4}, 2), samples({1, 2, 3, 4, 5, 6}, 3);
+        for (int k = 0; k < 2; ++k) {
+            CTrialIcaDatazq* d = package.checkInitIca4ID(2, 3, k, true);
+            d->addIcaData(2, 2, 3, unmixing.get(), unmixing.get(), samples.get());
+            d->m_icaParam->m_extraUintList.Add(7);
+            d->m_listID = k; // as a row of the dialog leaves it
+            d->m_selectIca = 0;
+            CChnlIcaDatazq& second = d->m_chnlIcaData[1];
+            second.bkDataIn();
+            second.m_projectData = new CIcProjectData[1];
+            second.m_projectCount = 1;
+            second.m_projectData->m_prjName = u"a name of its own";
+        }
+        ui.messages.reserve(100);
+        ui.fileAnswers = {path()};
+    }
+    static CString path() { return (std::filesystem::temp_directory_path() / "icawave-sweep.icd").string(); }
+
+    CTrialIcaDatazq& dataSet() { return *package.getIcaData(0); }
+    CChnlIcaDatazq& channel() { return dataSet().m_chnlIcaData[1]; }
+
+    CFaceIcazq package;
+    icawave::ScriptedFrontEnd ui;
+    const test::Rows rows{{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 4};
+};
+
+struct Operation {
+    friend void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
+
+    const char* name;
+    std::function<std::int32_t(Scene&)> run; // 0 is a failure told by the result
+};
+
+std::int32_t toVectors(Scene& s) {
+    CMMatrix1Dzq* vectors = nullptr;
+    std::int64_t count = 0;
+    const std::int32_t result = s.dataSet().getData2MCohTimSnsSns(vectors, count);
+    delete[] vectors;
+    return result;
+}
+
+std::int32_t fromVectors(Scene& s) {
+    const std::unique_ptr<CMMatrix1Dzq[]> vectors(new (std::nothrow) CMMatrix1Dzq[2]);
+    if (!vectors || !vectors[0].checkInitData(9, true) || !vectors[1].checkInitData(9, true)) return 0;
+    return s.dataSet().setData4Mica(vectors.get(), 2);
+}
+
+std::int32_t store(Scene& s) {
+    CMemFile file;
+    CArchive archive(&file, CArchive::store);
+    const std::int32_t result = s.package.serialize(archive);
+    archive.Close();
+    return result;
+}
+
+// A matrix that finds no memory is left empty without a word.
+std::int32_t takeOver(Scene& s) {
+    const std::int32_t result = s.dataSet().addIcaData(3, 3, 4, s.rows.get(), s.rows.get(), s.rows.get());
+    const CIcaParamzq& parameters = *s.dataSet().getIcaParamzq(0);
+    return result && parameters.m_Wunmix.getRow() == 3 && parameters.m_Wsecond.getRow() == 3;
+}
+
+const Operation operations[] = {
+    {"store", store},
+    {"save .icd", [](Scene& s) { return s.dataSet().saveIcaDataStd(); }},
+    {"open .icd", [](Scene& s) { return s.dataSet().openicaDataStd() && s.dataSet().m_chnlIcaData; }},
+    {"addIcaData", takeOver},
+    {"checkInitSnsIcaData", [](Scene& s) { return s.dataSet().checkInitSnsIcaData(4, 5, false); }},
+    {"getData2MCohTimSnsSns", toVectors},
+    {"setData4Mica", fromVectors},
+    {"getStatistics", [](Scene& s) { return s.dataSet().getStatistics().IsEmpty() ? 0 : 1; }},
+    {"accumulateTime1", [](Scene& s) { return s.dataSet().accumulateTime1(); }},
+    {"getIcaParamzq",
+     [](Scene& s) { return s.dataSet().cleanIcaParam(), s.dataSet().getIcaParamzq(1) ? 1 : 0; }},
+    {"channel copy2Mtx", [](Scene& s) { return s.channel().copy2Mtx(s.rows.get()[0], 4); }},
+    {"channel bkDataIn", [](Scene& s) { return s.channel().cleanbkData(), s.channel().bkDataIn(); }},
+    {"channel bkDataInOut", [](Scene& s) { return s.channel().resize(2) ? s.channel().bkDataInOut() : 0; }},
+    {"package checkInitIcaPkg", [](Scene& s) { return s.package.checkInitIcaPkg(2, 3, true); }},
+    {"package getIcaDataName4Class",
+     [](Scene& s) { return s.package.getIcaDataName4Class(0).IsEmpty() ? 0 : 1; }},
+    {"package viewerAdd", [](Scene& s) { return s.package.viewerAdd(reinterpret_cast<CWnd*>(&s)); }},
+    {"dialog", [](Scene& s) { return s.package.showDlgIcaManager(nullptr); }},
+};
+
+class Allocations : public ::testing::TestWithParam<Operation> {};
+
+TEST_P(Allocations, EveryFailureIsToldAndLeavesTheRestAsItWas) {
+    {
+        Scene s;
+        ASSERT_EQ(s.dataSet().saveIcaDataStd(), 1);
+    }
+    long n = 0;
+    for (bool reached = true; reached; ++n) {
+        Scene s;
+        const Bytes other = stored(*s.package.getIcaData(1));
+        bool told = false;
+        {
+            const test::FailAllocation failure(n);
+            try {
+                told = GetParam().run(s) == 0;
+            } catch (const CMemoryException&) {
+                told = true;
+            }
+            reached = failure.failed();
+        }
+        EXPECT_EQ(told || !s.ui.messages.empty(), reached) << n;
+        EXPECT_TRUE(stored(*s.package.getIcaData(1)) == other) << n;
+        const Bytes left = stored(s.package);
+        CFaceIcazq again;
+        EXPECT_EQ(load(again, left).result, 1) << n;
+        EXPECT_TRUE(stored(again) == left) << n;
+    }
+    std::filesystem::remove(Scene::path().utf8());
+    EXPECT_GT(n, 1) << "it allocates";
+}
+
+INSTANTIATE_TEST_SUITE_P(Fail, Allocations, ::testing::ValuesIn(operations));
+
+} // namespace
