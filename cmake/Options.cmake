@@ -1,5 +1,6 @@
 option(ICAWAVE_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(ICAWAVE_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+option(ICAWAVE_FUZZ "Build the fuzz targets for libFuzzer, with the sanitizers" OFF)
 option(ICAWAVE_WERROR "Treat warnings as errors" OFF)
 
 # What every target of the project is compiled with, and no target that uses the project.
@@ -7,6 +8,10 @@ add_library(icawave_strict INTERFACE)
 target_compile_options(icawave_strict INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
                                                 $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> # false alarms of GCC 12 in std::string
                                                 $<$<BOOL:${ICAWAVE_WERROR}>:-Werror>)
+if(ICAWAVE_FUZZ)
+  set(ICAWAVE_SANITIZE ON)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 if(ICAWAVE_SANITIZE)
   # For everything, since a sanitized library needs a sanitized program.
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

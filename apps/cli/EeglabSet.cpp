@@ -3,6 +3,7 @@
 #include "apps/cli/Text.h"
 
 #include <filesystem>
+#include <numeric>
 
 namespace icawave::cli {
 
@@ -63,21 +64,20 @@ void EeglabSet::readDecomposition() {
     field("icawinv").requireSizes({sphere.cols(), weights.rows()});
 }
 
-// Empty means all.
+// Empty means all. Their number is compared with the sphere, which the file holds, before any is listed.
 void EeglabSet::readSensors() {
     const MatValue stated = field("icachansind");
-    if (stated.isEmpty()) {
-        for (Eigen::Index k = 0; k < channels; ++k) sensors.push_back(k);
-    } else {
-        const Eigen::MatrixXd values = stated.matrix();
-        for (const double value : values.reshaped()) {
-            if (value < 1.0 || value > static_cast<double>(channels) || value != std::floor(value))
-                stated.fail("names channel " + number(value) + " of " + std::to_string(channels));
-            sensors.push_back(static_cast<Eigen::Index>(value) - 1);
-        }
+    const Eigen::MatrixXd values = stated.isEmpty() ? Eigen::MatrixXd() : stated.matrix();
+    const std::int64_t count = stated.isEmpty() ? channels : values.size();
+    if (count != sphere.cols()) field("icasphere").requireSizes({sphere.rows(), count});
+    sensors.resize(count);
+    std::iota(sensors.begin(), sensors.end(), 0);
+    for (Eigen::Index k = 0; k < values.size(); ++k) {
+        const double value = values(k);
+        if (value < 1.0 || value > static_cast<double>(channels) || value != std::floor(value))
+            stated.fail("names channel " + number(value) + " of " + std::to_string(channels));
+        sensors[k] = static_cast<Eigen::Index>(value) - 1;
     }
-    if (static_cast<Eigen::Index>(sensors.size()) != sphere.cols())
-        field("icasphere").requireSizes({sphere.rows(), static_cast<std::int64_t>(sensors.size())});
 }
 
 void EeglabSet::readMarks() {
