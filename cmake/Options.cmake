@@ -11,6 +11,7 @@ target_compile_options(icawave_strict INTERFACE -Wall -Wextra -Wpedantic -Wshado
 if(ICAWAVE_FUZZ)
   set(ICAWAVE_SANITIZE ON)
   add_compile_options(-fsanitize=fuzzer-no-link)
+  add_compile_definitions(FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION)
 endif()
 if(ICAWAVE_SANITIZE)
   # For everything, since a sanitized library needs a sanitized program.

@@ -102,7 +102,7 @@ void useDataSet(CTrialIcaDatazq& d, CTrialIcaDatazq& other, Input& in) {
         d.getStatistics();
         break;
     case 12:
-        d.setChnlTotal(begin % (std::max<std::int64_t>(d.m_chnlTotal, 0) + 1)); // no more than there are
+        d.setChnlTotal(std::min(begin, d.m_chnlTotal)); // no more than there are
         break;
     case 13:
         d.nextSelect(static_cast<std::int32_t>(begin), flag);

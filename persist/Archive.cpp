@@ -17,7 +17,12 @@ static_assert(std::endian::native == std::endian::little, "values are stored as 
 
 namespace {
 
+#ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
+constexpr std::int64_t allowance = std::int64_t{1}
+                                   << 20; // so that many more inputs are tried in the same time
+#else
 constexpr std::int64_t allowance = std::int64_t{64} << 20;
+#endif
 constexpr std::uint32_t arithmeticOverflow = 0x80070216;
 constexpr std::int64_t textPiece = 32768; // code units of a text read at once
 
