@@ -1,14 +1,17 @@
-// Replaces the allocation functions of the test program, and so of the library in it, by ones that can fail
-// and never give zeroed memory.
+// Replaces the allocation functions of the test program, and so of the library in it, by ones that can fail,
+// never give zeroed memory and know how much is in use.
 #include "tests/Support.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <malloc.h>
 #include <new>
 
 namespace {
 
 long countdown = -1; // allocations until the one that fails; below 0: none will
 bool reached = false;
+std::size_t used = 0, most = 0; // bytes
 
 void* allocate(std::size_t size) {
     if (countdown >= 0 && countdown-- == 0) {
@@ -16,8 +19,16 @@ void* allocate(std::size_t size) {
         return nullptr;
     }
     void* block = std::malloc(size ? size : 1);
-    if (block) std::memset(block, 0xA5, size); // leftover memory shows
+    if (!block) return nullptr;
+    std::memset(block, 0xA5, size); // leftover memory shows
+    used += ::malloc_usable_size(block);
+    most = std::max(most, used);
     return block;
+}
+
+void release(void* block) {
+    used -= ::malloc_usable_size(block);
+    std::free(block);
 }
 
 } // namespace
@@ -33,6 +44,14 @@ test::FailAllocation::~FailAllocation() {
 
 bool test::FailAllocation::failed() const {
     return reached;
+}
+
+test::PeakMemory::PeakMemory() : m_before(used) {
+    most = used;
+}
+
+std::size_t test::PeakMemory::bytes() const {
+    return most - m_before;
 }
 
 void* operator new(std::size_t size) {
@@ -53,25 +72,25 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
 }
 
 void operator delete(void* block) noexcept {
-    std::free(block);
+    release(block);
 }
 
 void operator delete[](void* block) noexcept {
-    std::free(block);
+    release(block);
 }
 
 void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
+    release(block);
 }
 
 void operator delete[](void* block, std::size_t) noexcept {
-    std::free(block);
+    release(block);
 }
 
 void operator delete(void* block, const std::nothrow_t&) noexcept {
-    std::free(block);
+    release(block);
 }
 
 void operator delete[](void* block, const std::nothrow_t&) noexcept {
-    std::free(block);
+    release(block);
 }

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -43,6 +45,13 @@ public:
 
 inline Bytes contents(const CMemFile& file) {
     return {file.bytes().begin(), file.bytes().end()};
+}
+
+inline Bytes contents(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    const auto* first = reinterpret_cast<const std::byte*>(text.data());
+    return {first, first + text.size()};
 }
 
 template <class T>
@@ -155,6 +164,16 @@ public:
     explicit FailAllocation(long n);
     ~FailAllocation();
     bool failed() const; // whether that allocation was reached
+};
+
+// The most memory that was in use since it began, beyond what was in use then. Defined in Allocations.cpp.
+class PeakMemory {
+public:
+    PeakMemory();
+    std::size_t bytes() const;
+
+private:
+    std::size_t m_before;
 };
 
 } // namespace test

@@ -1,91 +1,27 @@
 // Package files with and without an index: every damage is found and told, whatever is undamaged is saved,
 // and a save that fails changes nothing.
 #include "tests/Support.h"
+#include "tests/SystemCalls.h"
 
 #include <icawave/PackageFile.h>
 
 #include "persist/Crc32c.h"
 
-#include <cerrno>
-#include <cstdarg>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace icawave;
 using test::Bytes;
 using test::DataSet;
 using test::stored;
-
-namespace {
-
-int operationsLeft = -1; // until the system refuses one; below 0: it refuses none
-std::int64_t bytesRead = 0;
-std::function<void()> whileSyncing = [] {};
-std::string changes; // the operations that put a file in its place, in their order
-
-bool refuses(const char* change = "") {
-    changes += change;
-    if (operationsLeft < 0 || operationsLeft-- != 0) return false;
-    errno = EIO;
-    return true;
-}
-
-} // namespace
-
-// The system's operations as the library meets them.
-extern "C" {
-int open(const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
-    return refuses() ? -1 : ::openat(AT_FDCWD, path, flags, mode);
-}
-ssize_t pread(int file, void* to, size_t count, off_t offset) {
-    const ssize_t got = refuses() ? -1 : ::syscall(SYS_pread64, file, to, count, offset);
-    if (got > 0) bytesRead += got;
-    return got;
-}
-ssize_t write(int file, const void* from, size_t count) {
-    return refuses() ? -1 : ::syscall(SYS_write, file, from, count);
-}
-int fsync(int file) {
-    whileSyncing();
-    return refuses("sync ") || file < 0 ? -1 : 0; // a disk is too slow for thousands of tests
-}
-int close(int file) {
-    ::syscall(SYS_close, file); // the system releases it in any case
-    return refuses() ? -1 : 0;
-}
-int rename(const char* from, const char* to) noexcept {
-    return refuses("rename ") ? -1 : ::renameat(AT_FDCWD, from, AT_FDCWD, to);
-}
-int fchmod(int file, mode_t mode) noexcept {
-    return refuses() ? -1 : static_cast<int>(::syscall(SYS_fchmod, file, mode));
-}
-int stat(const char* path, struct stat* status) noexcept {
-    return refuses() ? -1 : ::fstatat(AT_FDCWD, path, status, 0);
-}
-int fstat(int file, struct stat* status) noexcept {
-    return refuses() ? -1 : ::fstatat(file, "", status, AT_EMPTY_PATH);
-}
-}
+using test::systemCalls;
 
 namespace {
 
 namespace fs = std::filesystem;
-
-Bytes contentsOf(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
-    const auto* first = reinterpret_cast<const std::byte*>(text.data());
-    return {first, first + text.size()};
-}
 
 void write(const fs::path& path, const Bytes& bytes) {
     std::ofstream out(path, std::ios::binary);
@@ -103,7 +39,7 @@ bool holds(const PackageEntry& row, std::size_t offset) {
 
 // The bytes of the data sets that a file's index lists.
 std::vector<Bytes> recordsOf(const fs::path& path) {
-    const Bytes bytes = contentsOf(path);
+    const Bytes bytes = test::contents(path);
     const PackageFile opened(path.string());
     EXPECT_TRUE(opened.hasIndex());
     std::vector<Bytes> found;
@@ -189,7 +125,7 @@ TEST(Crc32c, IsTheKnownOneByInstructionAndByTable) {
 
 TEST_F(PackageFiles, AreTheRecordWithAnIndexThatListsItsDataSets) {
     save();
-    const Bytes bytes = contentsOf(file);
+    const Bytes bytes = test::contents(file);
     ASSERT_GT(bytes.size(), recordBytes.size());
     EXPECT_EQ(part(bytes, 0, std::ssize(recordBytes)), recordBytes);
     const PackageFile opened = open();
@@ -214,7 +150,7 @@ TEST_F(PackageFiles, AreTheRecordWithAnIndexThatListsItsDataSets) {
 // One bit or all bits of a byte are changed: the check says in which record, and that one alone.
 TEST_F(PackageFiles, EveryChangedByteIsFoundInItsRecord) {
     save();
-    const Bytes sound = contentsOf(file);
+    const Bytes sound = test::contents(file);
     const std::vector<PackageEntry> rows = open().dataSets();
     for (std::size_t at = 0; at < sound.size(); ++at) {
         std::string expected = at < recordBytes.size() ? "FACEICA" : "index";
@@ -257,7 +193,7 @@ TEST_F(PackageFiles, EveryTruncationKeepsTheCompleteDataSets) {
 // Whatever an index with a right checksum says, nothing is believed that cannot be.
 TEST_F(PackageFiles, AnIndexIsNotTrusted) {
     save();
-    const Bytes bytes = contentsOf(file);
+    const Bytes bytes = test::contents(file);
     const std::size_t indexAt = recordBytes.size(), checksumAt = bytes.size() - 12;
     int refused = 0;
     for (std::size_t at = indexAt; at + 16 <= checksumAt; ++at) {
@@ -290,20 +226,20 @@ TEST_F(PackageFiles, AListAndOneDataSetNeedNothingElse) {
     package.cleanIcaFace();
     for (int k = 0; k < 3; ++k) package.checkInitIca4ID(2, 100'000, 0, true);
     save();
-    Bytes bytes = contentsOf(file);
-    bytesRead = 0;
+    Bytes bytes = test::contents(file);
+    systemCalls.bytesRead = 0;
     const PackageEntry row = open().dataSets()[1];
-    EXPECT_LT(bytesRead, 4096);
+    EXPECT_LT(systemCalls.bytesRead, 4096);
     for (std::size_t at = 0, end = stored(package).size(); at < end; at += 1000) {
         if (!holds(row, at)) bytes[at] ^= std::byte{0xEE};
     }
     write(file, bytes);
     const PackageFile damaged = open();
     EXPECT_EQ(damaged.dataSets().size(), 3u);
-    bytesRead = 0;
+    systemCalls.bytesRead = 0;
     const DataSet dataSet = test::newDataSet();
     damaged.read(1, *dataSet);
-    EXPECT_EQ(bytesRead, row.length);
+    EXPECT_EQ(systemCalls.bytesRead, row.length);
     EXPECT_EQ(stored(*dataSet), stored(*package.getIcaData(1)));
     EXPECT_NE(errorOf([&] { damaged.read(2, *dataSet); }).find("FACEICA, TRIALICADATA 2"), std::string::npos);
     EXPECT_EQ(dataSet->m_chnlIcaData, nullptr);
@@ -317,7 +253,7 @@ TEST_F(PackageFiles, OneDamagedRecordOfEightyLosesOneDataSet) {
     fill(package, 80);
     package.m_curntIcaDataSetID = 42;
     save();
-    const Bytes sound = contentsOf(file);
+    const Bytes sound = test::contents(file);
     std::vector<Bytes> expected = recordsOf(file);
     expected.erase(expected.begin() + 41);
     const std::int64_t channelsAt = open().dataSets()[41].offset + 32 + 4 + 4 * 8;
@@ -364,7 +300,7 @@ TEST_F(PackageFiles, AFileWithoutIndexOpensAndGetsOne) {
     int loadable = 0;
     for (const fs::directory_entry& golden : fs::directory_iterator(ICAWAVE_GOLDEN)) {
         SCOPED_TRACE(golden.path());
-        const Bytes bytes = contentsOf(golden.path());
+        const Bytes bytes = test::contents(golden.path());
         CFaceIcazq expected;
         const test::Outcome outcome = test::load(expected, bytes);
         if (outcome.result != 1 || outcome.fault || !outcome.messages.empty()) continue;
@@ -375,21 +311,21 @@ TEST_F(PackageFiles, AFileWithoutIndexOpensAndGetsOne) {
         EXPECT_EQ(loadedFrom(plain), stored(expected));
         if (plain.bytesBehind() > 0) {
             EXPECT_THROW(plain.addIndex(), FileError);
-            EXPECT_EQ(contentsOf(file), bytes);
+            EXPECT_EQ(test::contents(file), bytes);
             continue;
         }
         plain.addIndex();
         EXPECT_TRUE(plain.hasIndex());
         EXPECT_TRUE(plain.check().empty());
-        EXPECT_EQ(part(contentsOf(file), 0, std::ssize(bytes)), bytes);
+        EXPECT_EQ(part(test::contents(file), 0, std::ssize(bytes)), bytes);
         EXPECT_EQ(loadedFrom(open()), stored(expected));
     }
     EXPECT_GT(loadable, 10);
     write(file, recordBytes);
     open().addIndex();
-    const Bytes indexed = contentsOf(file);
+    const Bytes indexed = test::contents(file);
     save();
-    EXPECT_EQ(contentsOf(file), indexed);
+    EXPECT_EQ(test::contents(file), indexed);
     write(file, stored(*package.getIcaData(0)));
     EXPECT_NE(errorOf([&] { open(); }).find("not a package file"), std::string::npos);
 }
@@ -399,7 +335,7 @@ TEST_F(PackageFiles, ASaveThatFailsLeavesTheOldFileAndNothingElse) {
     save();
     const fs::perms permissions = fs::perms::owner_read | fs::perms::owner_write;
     fs::permissions(file, permissions);
-    const Bytes old = contentsOf(file);
+    const Bytes old = test::contents(file);
     package.m_pkgName = u"another";
     package.checkInitIcaPkg(2, 100'000, true);
     const ScriptedFrontEnd ui;
@@ -409,14 +345,14 @@ TEST_F(PackageFiles, ASaveThatFailsLeavesTheOldFileAndNothingElse) {
         for (int n = 0; refused; ++n) {
             write(file, old);
             PackageFile opened = open();
-            operationsLeft = n;
+            systemCalls.left = n;
             const std::string error = errorOf([&] { replacing ? opened.replace(package, true) : save(); });
-            refused = operationsLeft < 0;
-            operationsLeft = -1;
+            refused = systemCalls.left < 0;
+            systemCalls.left = -1;
             const bool saved = error.empty() || error.find("is saved, but") != std::string::npos;
             failures += saved ? 0 : 1;
             failuresAfterSaving += saved && !error.empty() ? 1 : 0;
-            ASSERT_EQ(contentsOf(file) != old, saved) << n << error;
+            ASSERT_EQ(test::contents(file) != old, saved) << n << error;
             ASSERT_TRUE(open().check().empty()) << n;
             ASSERT_EQ(filesInFolder(), 1) << n;
             ASSERT_EQ(fs::status(file).permissions(), permissions) << n;
@@ -433,12 +369,12 @@ TEST_F(PackageFiles, AFileThatChangedSinceIsReplacedOnlyByForce) {
     package.m_pkgName = u"other's";
     other.replace(package);
     other.replace(package); // its own change is none
-    const Bytes theirs = contentsOf(file);
+    const Bytes theirs = test::contents(file);
     package.m_pkgName = u"mine";
-    changes.clear();
+    systemCalls.changes.clear();
     EXPECT_NE(errorOf([&] { mine.replace(package); }).find("changed by another program"), std::string::npos);
-    EXPECT_EQ(contentsOf(file), theirs);
-    EXPECT_EQ(changes, "") << "before anything is written";
+    EXPECT_EQ(test::contents(file), theirs);
+    EXPECT_EQ(systemCalls.changes, "") << "before anything is written";
     mine.replace(package, true);
     EXPECT_EQ(open().info().name, u"mine");
     EXPECT_EQ(mine.info().name, u"mine");
@@ -446,10 +382,10 @@ TEST_F(PackageFiles, AFileThatChangedSinceIsReplacedOnlyByForce) {
     fs::last_write_time(file, {}); // the same file, size and bytes: the time tells
     EXPECT_THROW(mine.replace(package), FileError);
     PackageFile late = open();
-    whileSyncing = [&] { write(file, theirs); };
+    systemCalls.whileSyncing = [&] { write(file, theirs); };
     EXPECT_THROW(late.replace(package), FileError);
-    whileSyncing = [] {};
-    EXPECT_EQ(contentsOf(file), theirs);
+    systemCalls.whileSyncing = [] {};
+    EXPECT_EQ(test::contents(file), theirs);
     EXPECT_EQ(filesInFolder(), 1);
     fs::remove(file);
     mine.replace(package);
@@ -465,9 +401,9 @@ TEST_F(PackageFiles, LinksAreFollowedAndPermissionsKept) {
     ::umask(mask);
     EXPECT_EQ(static_cast<mode_t>(fs::status(target).permissions()), 0666 & ~mask);
     fs::permissions(target, fs::perms::owner_all);
-    changes.clear();
+    systemCalls.changes.clear();
     PackageFile(link.string()).replace(package);
-    EXPECT_EQ(changes, "sync rename sync ");
+    EXPECT_EQ(systemCalls.changes, "sync rename sync ");
     EXPECT_TRUE(fs::is_symlink(link));
     EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_all);
     PackageFile::save("/dev/null", package);
@@ -491,7 +427,7 @@ TEST_F(PackageFiles, MergeByCopyingRecordsAndRefuseDamagedOnes) {
     EXPECT_EQ(recordsOf(folder / "merged"),
               (std::vector{stored(*package.getIcaData(4)), stored(*package.getIcaData(0))}));
     EXPECT_TRUE(PackageFile((folder / "merged").string()).check().empty());
-    Bytes bytes = contentsOf(file);
+    Bytes bytes = test::contents(file);
     bytes[static_cast<std::size_t>(source.dataSets()[2].offset) + 200] ^= std::byte{1};
     write(file, bytes);
     EXPECT_THROW(another.copy(source, 2), FileError);
@@ -500,7 +436,7 @@ TEST_F(PackageFiles, MergeByCopyingRecordsAndRefuseDamagedOnes) {
 // The n-th allocation fails, for every n: the library's own exceptions, and a save changes nothing.
 TEST_F(PackageFiles, MemoryThatRunsOutIsTold) {
     save();
-    const Bytes old = contentsOf(file);
+    const Bytes old = test::contents(file);
     const CString path = file.string();
     bool reached = true;
     for (long n = 0; reached; ++n) {
@@ -517,7 +453,7 @@ TEST_F(PackageFiles, MemoryThatRunsOutIsTold) {
             }
             reached = failure.failed();
         }
-        ASSERT_EQ(contentsOf(file), old) << n;
+        ASSERT_EQ(test::contents(file), old) << n;
         EXPECT_TRUE(told || !reached || loaded.getTotalIca() == 4) << n;
         ASSERT_EQ(filesInFolder(), 1) << n;
     }
