@@ -11,8 +11,7 @@ bool hasValues(const CChnlIcaData& channel) {
 
 template <class Pass>
 Pass passOver(const CChnlIcaData& channel, Pass pass, std::int64_t begin, std::int64_t stop) {
-    const CChnlIcaData* const channels[] = {&channel};
-    icawave::takeSideBySide<1>(channels, begin, stop, &pass);
+    icawave::takeValues(channel.m_data, begin, stop, pass);
     return pass;
 }
 
@@ -39,7 +38,7 @@ std::int32_t CChnlIcaData::normSumSqrt() {
     const double mean = passOver(*this, icawave::StatisticsPass(m_data[0]), 0, m_size).magnitudes /
                         static_cast<double>(m_size);
     if (mean <= 0.0) return 0;
-    for (std::int64_t i = 0; i < m_size; ++i) m_data[i] /= mean;
+    icawave::divide(m_data, m_size, mean);
     return 1;
 }
 

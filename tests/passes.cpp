@@ -259,4 +259,29 @@ TEST(Passes, StatisticsOfOneChannel) {
     }
 }
 
+// Sizes round those of the squares and tiles that are transposed at once; a channel that lacks samples.
+TEST(Passes, ConversionsPutEveryValueInItsPlace) {
+    for (const int channels : {1, 7, 8, 9, 64, 71, 130}) {
+        for (const int samples : {1, 8, 31, 33, 70, 200}) {
+            SCOPED_TRACE(std::to_string(channels) + " x " + std::to_string(samples));
+            const test::DataSet source = test::countingDataSet(channels, samples),
+                                target = test::newDataSet();
+            if (channels > 1) source->m_chnlIcaData[channels / 2].resize(samples - 1);
+            CMMatrix1Dzq* vectors = nullptr;
+            std::int64_t count = 0;
+            ASSERT_EQ(source->getData2MCohTimSnsSns(vectors, count), 1);
+            const std::unique_ptr<CMMatrix1Dzq[]> own(vectors);
+            ASSERT_EQ(count, samples);
+            ASSERT_EQ(target->setData4Mica(vectors, count), 1);
+            for (int k = 0; k < channels; ++k) {
+                const Values kept = test::values(source->m_chnlIcaData[k]);
+                for (int t = 0; t < samples; ++t) {
+                    ASSERT_EQ(vectors[t].getData()[k], at(kept, t)) << k << " " << t;
+                    ASSERT_EQ(target->m_chnlIcaData[k].m_data[t], at(kept, t)) << k << " " << t;
+                }
+            }
+        }
+    }
+}
+
 } // namespace

@@ -37,11 +37,8 @@ std::int32_t CTrialIcaData02Prcs::normRMS() {
         AfxMessageBox("RMS value in leadfields is smaller than zero!?");
         return 0;
     }
-    for (std::int64_t k = 0; k < m_chnlTotal; ++k) {
-        double* values = m_chnlIcaData[k].m_data;
-        const std::int64_t n = counted(m_chnlIcaData[k]);
-        for (std::int64_t i = 0; i < n; ++i) values[i] /= rms;
-    }
+    for (std::int64_t k = 0; k < m_chnlTotal; ++k)
+        icawave::divide(m_chnlIcaData[k].m_data, counted(m_chnlIcaData[k]), rms);
     m_normRMS = rms;
     m_normalized = 1;
     return 1;
@@ -52,9 +49,9 @@ std::int32_t CTrialIcaData02Prcs::checkDataRange() {
     if (isEmpty(*this)) return 0;
     icawave::RangeAndSumPass pass(valueAt(m_chnlIcaData[0], 0));
     for (std::int64_t k = 0; k < m_chnlTotal; ++k) {
-        const CChnlIcaData* const channel[] = {&m_chnlIcaData[k]};
         const std::int64_t n = countedSamples(*this)(m_chnlIcaData[k]);
-        icawave::takeSideBySide<1>(channel, 0, n, &pass);
+        const double* values = m_chnlIcaData[k].m_data;
+        icawave::takeValues(values, icawave::kernels().chain(values, 0, n, pass), n, pass);
         if (n < m_totalSample) pass.take(0.0); // the samples that are missing
     }
     m_dataMin = pass.min;

@@ -2,6 +2,7 @@
 #include <icawave/TrialIcaData.h>
 
 #include "platform/Alloc.h"
+#include "trial/Transpose.h"
 #include "trial/Values.h"
 
 using icawave::clampIndex;
@@ -74,9 +75,13 @@ std::int32_t CTrialIcaData::getData2MCohTimSnsSns(CMMatrix1Dzq*& mtx, std::int64
     for (std::int64_t t = 0; t < count; ++t) {
         if (!mtx[t].checkInitData(m_chnlTotal, false)) return 0;
     }
-    for (std::int64_t t = 0; t < count; ++t) {
-        double* values = mtx[t].getData();
-        for (std::int64_t k = 0; k < m_chnlTotal; ++k) values[k] = valueAt(m_chnlIcaData[k], t);
+    std::int64_t whole = 0; // channels before the first that lacks samples
+    while (whole < m_chnlTotal && heldValues(m_chnlIcaData[whole]) >= count) ++whole;
+    icawave::transposeRows(
+        whole, count, [&](std::int64_t k) { return m_chnlIcaData[k].m_data; },
+        [&](std::int64_t t) { return mtx[t].getData(); });
+    for (std::int64_t k = whole; k < m_chnlTotal; ++k) {
+        for (std::int64_t t = 0; t < count; ++t) mtx[t].getData()[k] = valueAt(m_chnlIcaData[k], t);
     }
     return 1;
 }
@@ -97,11 +102,15 @@ std::int32_t CTrialIcaData::setData4Mica(CMMatrix1Dzq* mtx, std::int64_t nTime) 
     }
     if (!checkInitSnsIcaData(nChnl, nTime, !complete && !keepsChannels)) return 0;
 
-    for (std::int64_t t = 0; t < usable; ++t) {
-        const double* values = mtx[t].getData();
+    std::int64_t whole = 0; // vectors before the first that lacks channels
+    while (whole < usable && mtx[whole].getSize() >= nChnl) ++whole;
+    icawave::transposeRows(
+        whole, nChnl, [&](std::int64_t t) { return mtx[t].getData(); },
+        [&](std::int64_t k) { return m_chnlIcaData[k].m_data; });
+    for (std::int64_t t = whole; t < usable; ++t) {
         const std::int64_t present = std::min(mtx[t].getSize(), nChnl);
-        for (std::int64_t k = 0; k < present; ++k) m_chnlIcaData[k].m_data[t] = values[k];
-        for (std::int64_t k = present; k < nChnl; ++k) m_chnlIcaData[k].m_data[t] = 0.0;
+        for (std::int64_t k = 0; k < nChnl; ++k)
+            m_chnlIcaData[k].m_data[t] = k < present ? mtx[t].getData()[k] : 0.0;
     }
     return complete ? 1 : 0;
 }

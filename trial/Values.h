@@ -34,25 +34,18 @@ inline double valueAt(const CChnlIcaData& channel, std::int64_t sample) {
 template <class Stop, class Start, class Use>
 void passOverChannels(const CChnlIcaDatazq* channels, std::int64_t count, std::int64_t begin, Stop stop,
                       Start start, Use use) {
-    using Pass = decltype(start(channels[0]));
-    constexpr int lanes = Pass::lanes;
-    const CChnlIcaData* group[lanes];
-    Pass passes[lanes];
+    decltype(start(channels[0])) passes[kernelLanes];
+    const double* values[kernelLanes];
     for (std::int64_t k = 0; k < count;) {
         const std::int64_t end = stop(channels[k]);
         int size = 0;
-        while (size < lanes && k + size < count && stop(channels[k + size]) == end) {
-            group[size] = &channels[k + size];
-            passes[size] = start(*group[size]);
+        while (size < kernelLanes && k + size < count && stop(channels[k + size]) == end) {
+            values[size] = channels[k + size].m_data;
+            passes[size] = start(channels[k + size]);
             ++size;
         }
-        if (size == lanes) {
-            takeSideBySide<lanes>(group, begin, end, passes);
-        } else {
-            for (int lane = 0; lane < size; ++lane)
-                takeSideBySide<1>(&group[lane], begin, end, &passes[lane]);
-        }
-        for (int lane = 0; lane < size; ++lane) use(*group[lane], passes[lane]);
+        takeSideBySide(values, size, begin, end, passes);
+        for (int lane = 0; lane < size; ++lane) use(channels[k + lane], passes[lane]);
         k += size;
     }
 }

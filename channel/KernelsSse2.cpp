@@ -1,0 +1,11 @@
+// Every x86-64 processor.
+#include "channel/KernelLanes.h"
+
+namespace icawave {
+
+typedef double Register __attribute__((vector_size(16)));
+
+extern const Kernels sse2Kernels;
+constinit const Kernels sse2Kernels = LanesOf<Register>::kernels("SSE2");
+
+} // namespace icawave
