@@ -62,7 +62,9 @@ void AtomicFile::prepare() {
         createTemporary(folderOf(m_target), exists ? 0600 : 0666);
     }
     errno = EACCES;
-    if (!Open(m_target.empty() ? m_path : CString(m_temporary.name), modeWrite)) fail(errno);
+    const bool direct = m_target.empty(); // to a device
+    if (!Open(direct ? m_path : CString(m_temporary.name), direct ? modeWrite : modeWrite | modeCreate))
+        fail(errno);
 }
 
 // The system takes from the permissions what the process withholds from new files.

@@ -2,6 +2,7 @@
 
 #include "platform/Alloc.h"
 #include "platform/Closing.h"
+#include "platform/StreamCopy.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,6 +15,13 @@ namespace {
 
 // Small pieces are gathered to blocks of this size; measured, larger ones gain nothing.
 constexpr std::int64_t bufferSize = 256 * 1024;
+
+// What a new file is going to need is reserved in steps of this size, which is given back when the file is
+// closed: 45 instead of 61 ms for 200 MB.
+constexpr std::int64_t reservedStep = 8 << 20;
+
+// Less goes to buffers like an archive's, out of which it is taken at once.
+constexpr std::int64_t smallestStreamed = 8192;
 
 // One system call moves at most 2^31 - 4096 bytes.
 constexpr std::int64_t largestTransfer = std::int64_t{1} << 30;
@@ -65,6 +73,7 @@ bool CFile::Open(CString path, std::uint32_t flags) {
     m_descriptor = descriptor;
     m_path = path;
     m_position = m_next = m_filled = 0;
+    m_reserved = flags & modeCreate ? 0 : -1;
     return true;
 }
 
@@ -75,7 +84,10 @@ std::int64_t CFile::Read(void* buffer, std::int64_t count) {
     while (done < count) {
         if (m_next < m_filled) {
             const std::int64_t piece = std::min(count - done, m_filled - m_next);
-            std::memcpy(to + done, m_buffer.get() + m_next, static_cast<std::size_t>(piece));
+            if (count > smallestStreamed && m_position > icawave::cachedBytes)
+                icawave::streamCopy(to + done, m_buffer.get() + m_next, static_cast<std::size_t>(piece));
+            else
+                std::memcpy(to + done, m_buffer.get() + m_next, static_cast<std::size_t>(piece));
             m_next += piece;
             done += piece;
         } else if (count - done >= bufferSize) {
@@ -115,6 +127,7 @@ void CFile::Flush() {
 std::int64_t CFile::Seek(std::int64_t offset, std::uint32_t from) {
     CFile::Flush();
     if (from == current) offset += CFile::GetPosition(); // of the reader, not of the bytes read ahead
+    releaseReserved();
     const off_t position = ::lseek(m_descriptor, offset, from == end ? SEEK_END : SEEK_SET);
     if (position < 0) raise(errno);
     m_next = m_filled = 0;
@@ -133,7 +146,10 @@ std::int64_t CFile::GetLength() const {
 
 void CFile::Close() {
     if (m_descriptor < 0) return;
-    const auto release = [this] { return ::close(std::exchange(m_descriptor, -1)); };
+    const auto release = [this] {
+        releaseReserved();
+        return ::close(std::exchange(m_descriptor, -1));
+    };
     try {
         CFile::Flush();
     } catch (...) {
@@ -158,6 +174,11 @@ std::int64_t CFile::readSome(void* buffer, std::int64_t count) {
 }
 
 void CFile::writeAll(const std::byte* bytes, std::int64_t count) {
+    if (m_reserved >= 0 && m_position >= bufferSize && m_position + count > m_reserved) {
+        const bool done =
+            ::fallocate(m_descriptor, FALLOC_FL_KEEP_SIZE, m_position, std::max(count, reservedStep)) == 0;
+        m_reserved = done ? m_position + std::max(count, reservedStep) : -1; // not every file system can
+    }
     while (count > 0) {
         const ssize_t put =
             ::write(m_descriptor, bytes, static_cast<std::size_t>(std::min(count, largestTransfer)));
@@ -167,6 +188,13 @@ void CFile::writeAll(const std::byte* bytes, std::int64_t count) {
         bytes += put;
         count -= put;
     }
+}
+
+// From here on nothing is reserved: the place of the next byte is no longer known.
+void CFile::releaseReserved() noexcept {
+    struct stat status;
+    if (std::exchange(m_reserved, -1) <= 0 || ::fstat(m_descriptor, &status) != 0) return;
+    [[maybe_unused]] const int result = ::ftruncate(m_descriptor, status.st_size);
 }
 
 void CFile::allocateBuffer() {

@@ -52,6 +52,7 @@ private:
     std::int64_t readSome(void* buffer, std::int64_t count);
     void writeAll(const std::byte* bytes, std::int64_t count);
     void allocateBuffer();
+    void releaseReserved() noexcept;
 
     int m_descriptor = -1;
     bool m_writing = false;
@@ -60,8 +61,9 @@ private:
     std::int64_t m_position =
         0; // of the descriptor: behind the bytes read ahead, before those yet to be written
     std::unique_ptr<std::byte[]> m_buffer;
-    std::int64_t m_next = 0;   // reading: the first byte not yet handed out; writing: the bytes gathered
-    std::int64_t m_filled = 0; // reading: the end of the bytes read ahead
+    std::int64_t m_next = 0;      // reading: the first byte not yet handed out; writing: the bytes gathered
+    std::int64_t m_filled = 0;    // reading: the end of the bytes read ahead
+    std::int64_t m_reserved = -1; // writing a new file: the end of the space reserved on the disk; -1: none
 };
 
 // A file in memory: growable when default-constructed, else a view for reading of bytes that stay the
