@@ -52,11 +52,12 @@ bool icawave::isStorable(const CChnlIcaData& channel) {
 }
 
 std::int32_t CChnlIcaData09File::serialize(CArchive& archive) {
+    static const CString keyword = u"WAVEICADATA";
     const CArchive::Record record(archive, "WAVEICADATA");
     if (archive.IsStoring() && record.isOutermost())
         icawave::requireStorable(archive, icawave::isStorable(*this));
     const auto version =
-        icawave::exchangeFrame(archive, "WAVEICADATA", channelVersion20180619, "Unknown MMatrix1D file!");
+        icawave::exchangeFrame(archive, keyword, channelVersion20180619, "Unknown MMatrix1D file!");
     if (!version) return 0;
     switch (*version) {
     case channelVersion20180619:
@@ -115,11 +116,12 @@ void CChnlIcaData09File::releaseBuffers() {
 }
 
 std::int32_t CIcProjectData::serialize(CArchive& archive) {
+    static const CString keyword = u"ICPROJECTDATA";
     const CArchive::Record record(archive, "ICPROJECTDATA");
     if (archive.IsStoring() && record.isOutermost())
         icawave::requireStorable(archive, hasStorableBuffers(*this));
     const auto version =
-        icawave::exchangeFrame(archive, "ICPROJECTDATA", itemVersion20180620, "Unknown MMatrix1D file!");
+        icawave::exchangeFrame(archive, keyword, itemVersion20180620, "Unknown MMatrix1D file!");
     if (!version) return 0;
     if (*version != itemVersion20180620) return archive.reject("IC Project Data format error!");
     return icawave::finishRecord(archive, serialize20180620(archive));

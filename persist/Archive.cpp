@@ -8,6 +8,7 @@
 
 #include "platform/Alloc.h"
 #include "platform/Closing.h"
+#include "platform/MemoryAhead.h"
 
 #include <algorithm>
 #include <bit>
@@ -23,6 +24,7 @@ constexpr std::int64_t allowance = std::int64_t{1}
 #else
 constexpr std::int64_t allowance = std::int64_t{64} << 20;
 #endif
+constexpr std::int64_t worthPreparing = 256 * 1024; // bytes of blocks
 constexpr std::uint32_t arithmeticOverflow = 0x80070216;
 constexpr std::int64_t textPiece = 32768; // code units of a text read at once
 
@@ -58,6 +60,14 @@ CArchive& CArchive::operator>>(CString& text) {
     bool wide = false;
     const std::int64_t length = AfxReadStringLength(*this, wide);
     m_valueOffset = start;
+    // Most texts are keywords and default names, which the target holds already: no memory for those.
+    const std::u16string_view held = text.view();
+    if (wide && length == std::ssize(held) && 2 * length <= m_filled - m_next &&
+        std::memcmp(m_buffer.get() + m_next, held.data(), 2 * held.size()) == 0) {
+        m_next += static_cast<std::int32_t>(2 * length);
+        m_offset += 2 * length;
+        return *this;
+    }
     if (wide && 2 * length > 0xFFFFFFFF) {
         noteFault("a text's length is too large");
         AfxThrowOleException(arithmeticOverflow);
@@ -75,7 +85,7 @@ std::int64_t CArchive::Read(void* buffer, std::int64_t count) {
 void CArchive::Write(const void* buffer, std::int64_t count) {
     requireMode(false);
     if (count <= 0) return;
-    if (count <= m_capacity) {
+    if (count <= m_capacity / 4) { // larger pieces are not copied twice
         storeBytes(buffer, static_cast<std::int32_t>(count));
         return;
     }
@@ -129,6 +139,12 @@ bool CArchive::grants(std::int64_t count, std::int64_t elementBytes, std::int64_
     return true;
 }
 
+void CArchive::expectBlocks() {
+    if (std::exchange(m_memoryPrepared, true)) return;
+    const std::int64_t bytes = remainingBytes();
+    if (bytes >= worthPreparing) icawave::prepareMemory(bytes);
+}
+
 std::int64_t CArchive::remainingBytes() {
     if (!m_file) return 0;
     if (m_fileLength < 0) m_fileLength = m_file->GetLength();
@@ -151,24 +167,9 @@ void CArchive::noteFault(const char* text) noexcept {
     }
 }
 
-void CArchive::requireMode(bool loading) {
+void CArchive::refuse(bool loading) {
     if (!m_file) raise(CArchiveException::generic, {});
-    if (m_loading == loading) return;
     raise(loading ? CArchiveException::writeOnly : CArchiveException::readOnly, m_file->GetFilePath());
-}
-
-void CArchive::storeBytes(const void* bytes, std::int32_t count) {
-    if (m_capacity - m_next < count) handOver();
-    std::memcpy(m_buffer.get() + m_next, bytes, static_cast<std::size_t>(count));
-    m_next += count;
-    m_offset += count;
-}
-
-void CArchive::loadBytes(void* bytes, std::int32_t count) {
-    if (m_filled - m_next < count) FillBuffer(count - (m_filled - m_next));
-    std::memcpy(bytes, m_buffer.get() + m_next, static_cast<std::size_t>(count));
-    m_next += count;
-    m_offset += count;
 }
 
 std::int64_t CArchive::readBytes(void* buffer, std::int64_t count) {

@@ -23,8 +23,8 @@ void exchange(CArchive& archive, Fields&... fields) {
 // The frame of a record: a keyword and a version before the body. Storing writes `version` and returns it.
 // Loading returns the version found, or nothing after `unknownKeyword` was shown; the caller knows which
 // versions there are.
-inline std::optional<std::int32_t> exchangeFrame(CArchive& archive, const char* keyword, std::int32_t version,
-                                                 const char* unknownKeyword) {
+inline std::optional<std::int32_t> exchangeFrame(CArchive& archive, const CString& keyword,
+                                                 std::int32_t version, const char* unknownKeyword) {
     CString found = keyword;
     exchange(archive, found);
     if (found != keyword) {
@@ -52,7 +52,10 @@ inline bool loadBlock(CArchive& archive, std::int64_t& size, double*& values, bo
     std::int32_t flag = 0;
     archive >> flag;
     if (flag == 0 || size < 1) return true;
-    values = archive.grants(size, sizeof(double), sizeof(double)) ? newArray<double>(size) : nullptr;
+    if (archive.grants(size, sizeof(double), sizeof(double))) {
+        archive.expectBlocks();
+        values = newArray<double>(size);
+    }
     if (!values) {
         size = 0;
         return archive.reject("Not enough memory!") != 0;

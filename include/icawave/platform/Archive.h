@@ -14,6 +14,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -100,6 +101,9 @@ public:
     // drawn from one allowance of 64 MiB an archive. So a truncated file keeps what was read, and no count in
     // a file costs memory that the file's size does not justify.
     bool grants(std::int64_t count, std::int64_t elementBytes, std::int64_t storedBytes);
+    // Says that blocks follow, for which memory is going to be allocated: as much as the file still has is
+    // got ready at once.
+    void expectBlocks();
     std::int64_t remainingBytes(); // from here to the end of the file
 
     std::int64_t offset() const noexcept { return m_offset; } // bytes loaded or stored so far
@@ -124,9 +128,22 @@ private:
         return *this;
     }
 
-    void requireMode(bool loading);
-    void storeBytes(const void* bytes, std::int32_t count);
-    void loadBytes(void* bytes, std::int32_t count);
+    void requireMode(bool loading) {
+        if (m_loading != loading || !m_file) refuse(loading);
+    }
+    void storeBytes(const void* bytes, std::int32_t count) {
+        if (m_capacity - m_next < count) handOver();
+        std::memcpy(m_buffer.get() + m_next, bytes, static_cast<std::size_t>(count));
+        m_next += count;
+        m_offset += count;
+    }
+    void loadBytes(void* bytes, std::int32_t count) {
+        if (m_filled - m_next < count) FillBuffer(count - (m_filled - m_next));
+        std::memcpy(bytes, m_buffer.get() + m_next, static_cast<std::size_t>(count));
+        m_next += count;
+        m_offset += count;
+    }
+    [[noreturn]] void refuse(bool loading);
     std::int64_t readBytes(void* buffer, std::int64_t count);
     std::u16string loadText(std::int64_t length, bool wide);
     void handOver(); // the buffered bytes to the file
@@ -151,6 +168,7 @@ private:
     std::int64_t m_valueOffset = 0; // where the value loaded last began
     std::int64_t m_fileLength = -1; // -1: not asked yet
     std::int64_t m_allowance;
+    bool m_memoryPrepared = false;
     std::array<Level, 8> m_levels{}; // [0] is the stream itself; records nest five deep
     std::int32_t m_depth = 0;
     std::optional<icawave::ArchiveFault> m_fault;

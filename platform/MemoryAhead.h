@@ -1,0 +1,17 @@
+// Memory for many allocations that will follow, taken from the system at once.
+#pragma once
+
+#include <cstdint>
+
+namespace icawave {
+
+// The first touch of each page of new memory costs many times the copy that it is touched for, and the C
+// library gives a freed heap back at once, so every load of many arrays would pay for every page of them.
+//
+// This has the heap grow by what `bytes` lack (at most 256 MiB are looked at), has the system provide the
+// pages in one call, in huge ones where it can, and frees them: allocations that follow are cut from them,
+// each one of its own. One small block at their end stays allocated, so that what is released later is there
+// for the next load; malloc_trim gives it to the system. Without the GNU C library nothing happens.
+void prepareMemory(std::int64_t bytes) noexcept;
+
+} // namespace icawave
