@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -22,6 +23,8 @@ inline void PrintTo(const CString& text, std::ostream* out) {
 namespace test {
 
 using Bytes = std::vector<std::byte>;
+using Values = std::vector<double>;
+using Results = std::vector<std::int64_t>; // of calls one after the other
 
 // A loading archive over a heap block of exactly the bytes' size, so that the address sanitizer sees a read
 // past their end.
@@ -47,11 +50,32 @@ inline Bytes contents(const CMemFile& file) {
     return {file.bytes().begin(), file.bytes().end()};
 }
 
+// A folder of its own for a test's files.
+class Folder {
+public:
+    Folder() {
+        std::string name = (std::filesystem::temp_directory_path() / "icawave-test-XXXXXX").string();
+        path = ::mkdtemp(name.data());
+    }
+    ~Folder() { std::filesystem::remove_all(path); }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    CString operator/(const char* name) const { return (path / name).string(); }
+
+    std::filesystem::path path;
+};
+
 inline Bytes contents(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(in), {}};
     const auto* first = reinterpret_cast<const std::byte*>(text.data());
     return {first, first + text.size()};
+}
+
+inline Bytes golden(const char* name) {
+    Bytes bytes = contents(std::filesystem::path(ICAWAVE_GOLDEN) / name);
+    EXPECT_FALSE(bytes.empty()) << name;
+    return bytes;
 }
 
 template <class T>

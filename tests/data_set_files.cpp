@@ -1,22 +1,12 @@
 // Single data set files as the file dialogs ask for them, and every way in which they fail.
 #include "tests/Support.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 namespace {
 
 namespace fs = std::filesystem;
 
 class DataSetFiles : public ::testing::Test {
 protected:
-    DataSetFiles() {
-        std::string name = (fs::temp_directory_path() / "icawave-icd-XXXXXX").string();
-        folder = ::mkdtemp(name.data());
-    }
-    ~DataSetFiles() override { fs::remove_all(folder); }
-    CString path(const char* name) const { return (folder / name).string(); }
     std::int32_t save(const CString& answer) {
         ui.fileAnswers = {answer};
         return dataSet->saveIcaDataStd();
@@ -26,7 +16,8 @@ protected:
         return dataSet->openicaDataStd();
     }
 
-    fs::path folder;
+    const test::Folder temporary;
+    const fs::path& folder = temporary.path;
     icawave::ScriptedFrontEnd ui;
     test::DataSet dataSet = test::countingDataSet(2, 3);
 };
@@ -50,22 +41,22 @@ TEST_F(DataSetFiles, GetTheirExtensionUnlessThePathHasItAnywhere) {
     for (const auto& [answer, written] : {std::pair{"results", "results.icd"},
                                           {"results.ICD", "results.ICD.icd"},
                                           {"old.icd.bak", "old.icd.bak"}}) {
-        EXPECT_EQ(save(path(answer)), 1);
+        EXPECT_EQ(save(temporary / answer), 1);
         EXPECT_EQ(fs::file_size(folder / written), test::stored(*dataSet).size());
     }
     const auto bytes = test::stored(*dataSet);
     dataSet->cleanSnsIcaData();
-    EXPECT_EQ(open(path("results.icd")), 1);
+    EXPECT_EQ(open(temporary / "results.icd"), 1);
     EXPECT_EQ(test::stored(*dataSet), bytes);
     std::ofstream(folder / "longer.icd", std::ios::app) << std::string(5000, 'x');
-    EXPECT_EQ(save(path("longer.icd")), 1);
+    EXPECT_EQ(save(temporary / "longer.icd"), 1);
     EXPECT_EQ(fs::file_size(folder / "longer.icd"), bytes.size()) << "an old file is emptied first";
 }
 
 TEST_F(DataSetFiles, ThatCannotBeOpenedOrCreatedGiveZeroSilently) {
     fs::create_directory(folder / "folder.icd");
-    EXPECT_EQ(open(path("missing.icd")) + open(path("folder.icd")), 0);
-    EXPECT_EQ(save(path("folder.icd")) + save(path("no/such/folder.icd")), 0);
+    EXPECT_EQ(open(temporary / "missing.icd") + open(temporary / "folder.icd"), 0);
+    EXPECT_EQ(save(temporary / "folder.icd") + save(temporary / "no/such/folder.icd"), 0);
     EXPECT_TRUE(ui.messages.empty());
     EXPECT_EQ(ui.waitDepth, 0);
 }
@@ -74,16 +65,16 @@ TEST_F(DataSetFiles, ThatEndEarlyOrFindTheDiskFullRaise) {
     const auto bytes = test::stored(*dataSet);
     std::ofstream(folder / "cut.icd", std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), 60);
-    EXPECT_THROW(open(path("cut.icd")), CArchiveException);
+    EXPECT_THROW(open(temporary / "cut.icd"), CArchiveException);
     EXPECT_EQ(ui.waitDepth, 0) << "the cursor is restored on the way out";
     if (!fs::exists("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
     fs::create_symlink("/dev/full", folder / "full.icd");
-    EXPECT_THROW(save(path("full.icd")), CFileException);
+    EXPECT_THROW(save(temporary / "full.icd"), CFileException);
     EXPECT_TRUE(ui.messages.empty()) << "the caller tells it, once";
     CFaceIcazq package;
     package.setIcaData(dataSet.release(), 0);
     package.showDlgIcaManager(nullptr);
-    ui.fileAnswers = {path("full.icd")};
+    ui.fileAnswers = {temporary / "full.icd"};
     ui.click(*package.m_dlgIcaManager, 32771);
     EXPECT_EQ(ui.messages, std::vector<CString>{"no space left on the disk"});
 }

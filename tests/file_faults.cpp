@@ -25,18 +25,10 @@ namespace fs = std::filesystem;
 
 class FileFaults : public ::testing::Test {
 protected:
-    FileFaults() {
-        std::string name = (fs::temp_directory_path() / "icawave-faults-XXXXXX").string();
-        folder = ::mkdtemp(name.data());
-        path = (folder / "sample.icpkg").string();
-    }
-    ~FileFaults() override {
-        systemCalls = {};
-        fs::remove_all(folder);
-    }
+    ~FileFaults() override { systemCalls = {}; }
 
-    fs::path folder;
-    CString path;
+    const test::Folder folder;
+    const CString path = folder / "sample.icpkg";
     const ScriptedFrontEnd ui; // takes what destructors cannot raise
 };
 
@@ -120,7 +112,7 @@ TEST_F(FileFaults, AReadOrWriteThatFailsIsTold) {
 // loaded again as the same bytes.
 template <class T>
 void expectFlipsSurvived(const char* name) {
-    const Bytes sound = test::contents(fs::path(ICAWAVE_GOLDEN) / name);
+    const Bytes sound = test::golden(name);
     int told = 0;
     for (std::size_t at = 0; at < sound.size(); ++at) {
         for (const std::byte mask : {std::byte{0xFF}, std::byte{1} << (at % 8)}) {
@@ -186,7 +178,7 @@ TEST_F(FileFaults, AKilledSaveLeavesOneOfTheTwoVersions) {
         ASSERT_TRUE(PackageFile(path).check().empty());
         ++seen[static_cast<std::size_t>(found - versions.begin())];
         for (const fs::directory_entry& entry :
-             fs::directory_iterator(folder)) { // what the dead cannot remove
+             fs::directory_iterator(folder.path)) { // what the dead cannot remove
             if (entry.path() != path.utf8()) killedInside += fs::remove(entry.path()) ? 1 : 0;
         }
     }

@@ -2,10 +2,6 @@
 #include "tests/ManagerUser.h"
 #include "tests/Support.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 namespace {
 
 namespace fs = std::filesystem;
@@ -26,8 +22,6 @@ enum Command {
 class ManagerStory : public ::testing::Test {
 protected:
     ManagerStory() {
-        std::string name = (fs::temp_directory_path() / "icawave-manager-XXXXXX").string();
-        folder = ::mkdtemp(name.data());
         for (int k = 0; k < 4; ++k) package->setIcaData(test::countingDataSet(2, 3 + k).release(), 0);
         for (int k = 0; k < 4; ++k)
             package->getIcaData(k)->m_icaName = CString(std::string(1, static_cast<char>('A' + k)));
@@ -36,10 +30,7 @@ protected:
         package->getIcaData(3)->setSelect(1, 4);
         package->m_curntIcaDataSetID = 1;
     }
-    ~ManagerStory() override {
-        package.reset(); // the dialog goes before its front end
-        fs::remove_all(folder);
-    }
+    ~ManagerStory() override { package.reset(); } // the dialog goes before its front end
 
     void show() { EXPECT_EQ(package->showDlgIcaManager(nullptr), 1); }
     CDlgIcaWaveManager& dialog() { return *package->m_dlgIcaManager; }
@@ -55,9 +46,9 @@ protected:
         for (int k = 0; k < package->getTotalIca(); ++k) all += package->getIcaData(k)->m_icaName.utf8();
         return all;
     }
-    CString path(const char* name) { return (folder / name).string(); }
 
-    fs::path folder;
+    const test::Folder temporary;
+    const fs::path& folder = temporary.path;
     std::unique_ptr<test::User> user = test::newUser();
     std::unique_ptr<CFaceIcazq> package = std::make_unique<CFaceIcazq>();
 };
@@ -98,11 +89,10 @@ TEST_F(ManagerStory, TheDialogAsItIsShown) {
     EXPECT_STREQ(list().GetRuntimeClass()->m_className, "CListIcaWaveDataset");
     EXPECT_TRUE(list().IsKindOf(&CWnd::classCWnd) && !list().IsKindOf(&CDialogEx::classCDialogEx));
     EXPECT_EQ(dialog().GetDlgItem(4454), &list());
-    EXPECT_EQ(list().GetStyle(), 0x50830801u);
-    EXPECT_EQ(list().GetExtendedStyle(), 0x48u);
-    EXPECT_EQ(list().GetColumnSubItem(7), 8);
-    EXPECT_EQ(list().GetImageList(0)->GetImageCount(), 2);
-    EXPECT_EQ(list().GetImageList(1)->GetImage(1)->size, 16);
+    EXPECT_EQ(
+        (test::Results{list().GetStyle(), list().GetExtendedStyle(), list().GetColumnSubItem(7),
+                       list().GetImageList(0)->GetImageCount(), list().GetImageList(1)->GetImage(1)->size}),
+        (test::Results{0x50830801, 0x48, 8, 2, 16}));
     EXPECT_NE(dialog().icon(), nullptr);
 }
 
@@ -199,18 +189,18 @@ TEST_F(ManagerStory, NormTellsTheDivisor) {
 TEST_F(ManagerStory, SavesAndOpensOneDataSet) {
     show();
     user->clickRow(list(), 3);
-    user->answerNextFileDialog(path("results"));
+    user->answerNextFileDialog(temporary / "results");
     user->click(dialog(), Save);
     ASSERT_TRUE(fs::exists(folder / "results.icd"));
     const auto bytes = test::stored(*package->getIcaData(3));
     EXPECT_EQ(fs::file_size(folder / "results.icd"), bytes.size());
     user->clickRow(list(), 0);
-    user->answerNextFileDialog(path("results.icd"));
+    user->answerNextFileDialog(temporary / "results.icd");
     user->click(dialog(), Open);
     EXPECT_EQ(test::stored(*package->getIcaData(0)), bytes);
     EXPECT_EQ(column(0), "A B C D") << "the rows wait for the next refresh";
     package->m_curntIcaDataSetID = 50;
-    user->answerNextFileDialog(path("other.ICD"));
+    user->answerNextFileDialog(temporary / "other.ICD");
     user->click(dialog(), Save);
     EXPECT_EQ(package->m_curntIcaDataSetID, 3);
     EXPECT_TRUE(fs::exists(folder / "other.ICD.icd"));
@@ -229,13 +219,13 @@ TEST_F(ManagerStory, FilesThatFailSaySo) {
     }
     const auto before = test::stored(*package->getIcaData(1));
     std::ofstream(folder / "text.icd") << "\x04text, and not a data set";
-    user->answerNextFileDialog(path("text.icd"));
+    user->answerNextFileDialog(temporary / "text.icd");
     user->click(dialog(), Open);
     EXPECT_EQ(user->takeMessages(), Messages{"The opened file is not CIcaData09File or corrupted!"});
     EXPECT_EQ(test::stored(*package->getIcaData(1)), before);
     std::ofstream(folder / "cut.icd", std::ios::binary)
         .write(reinterpret_cast<const char*>(before.data()), 60);
-    user->answerNextFileDialog(path("cut.icd"));
+    user->answerNextFileDialog(temporary / "cut.icd");
     user->click(dialog(), Open);
     EXPECT_EQ(user->takeMessages(), Messages{"unexpected end of file"})
         << "an exception out of a handler is one message";

@@ -9,7 +9,7 @@
 
 namespace {
 
-using Values = std::vector<double>;
+using test::Values;
 using Channels = std::vector<Values>; // an empty one has no buffer
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
@@ -100,8 +100,15 @@ struct Range {
     }
 };
 
-#define EXPECT_SAME(actual, expected)                                                                        \
-    EXPECT_EQ(bits(actual), bits(expected)) << (actual) << " instead of " << (expected)
+void expectSame(const Values& actual, const Values& expected) {
+    ASSERT_EQ(actual.size(), expected.size());
+    for (std::size_t k = 0; k < actual.size(); ++k)
+        EXPECT_EQ(bits(actual[k]), bits(expected[k])) << actual[k] << " instead of " << expected[k];
+}
+
+void expectSame(double actual, double expected) {
+    expectSame(Values{actual}, Values{expected});
+}
 
 TEST(Passes, RangesOfValuesAndMagnitudes) {
     forEachNasty([](CTrialIcaDatazq& d, const Channels& channels, std::int64_t total) {
@@ -122,15 +129,12 @@ TEST(Passes, RangesOfValuesAndMagnitudes) {
         const std::int32_t inside = total > 0 ? 1 : 0;
         EXPECT_EQ(d.getIcaDataRange(min, max, false, 0, 0), inside);
         if (inside) {
-            EXPECT_SAME(min, whole.min);
-            EXPECT_SAME(max, whole.max);
-            EXPECT_SAME(d.m_dataMin, whole.min);
-            EXPECT_SAME(d.m_dataMean, sum / static_cast<double>(channels.size()));
+            expectSame({min, max, d.m_dataMin, d.m_dataMean},
+                       {whole.min, whole.max, whole.min, sum / static_cast<double>(channels.size())});
         }
         EXPECT_EQ(d.getIcaAbsRange(min, max, true, false, 77, 77), 1);
-        EXPECT_SAME(min, magnitudes.min);
-        EXPECT_SAME(max, magnitudes.max);
-        EXPECT_SAME(d.m_absMid, (magnitudes.min + magnitudes.max) * 0.5);
+        expectSame({min, max, d.m_absMid},
+                   {magnitudes.min, magnitudes.max, (magnitudes.min + magnitudes.max) * 0.5});
         for (const auto& [begin, end] :
              {std::pair<std::int64_t, std::int64_t>{0, total - 1}, {1, total - 2}, {total - 1, total - 1}}) {
             if (begin < 0 || end < 0 || begin >= total) continue;
@@ -142,11 +146,9 @@ TEST(Passes, RangesOfValuesAndMagnitudes) {
                 }
             }
             EXPECT_EQ(d.getIcaDataRange(min, max, true, begin, end), 1);
-            EXPECT_SAME(min, part.min);
-            EXPECT_SAME(max, part.max);
+            expectSame({min, max}, {part.min, part.max});
             EXPECT_EQ(d.getIcaAbsRange(min, max, false, true, begin, end), 1);
-            EXPECT_SAME(min, partMagnitudes.min);
-            EXPECT_SAME(max, partMagnitudes.max);
+            expectSame({min, max}, {partMagnitudes.min, partMagnitudes.max});
         }
     });
 }
@@ -170,16 +172,12 @@ TEST(Passes, StatisticsAndTheChainOverEverything) {
         }
         EXPECT_EQ(d.checkDataRange(), total > 0 ? 1 : 0);
         if (total > 0) {
-            EXPECT_SAME(d.m_dataMin, counted.min);
-            EXPECT_SAME(d.m_dataMax, counted.max);
-            EXPECT_SAME(d.m_dataMean, chain / count);
+            expectSame({d.m_dataMin, d.m_dataMax, d.m_dataMean}, {counted.min, counted.max, chain / count});
         }
         EXPECT_EQ(d.getStatistics(), CString::Format("%s Min: %f\tMean: %f Max: %f AbsSum: %f RmsSum: %f \n",
                                                      d.m_icaName, whole.min, means / count, whole.max,
                                                      magnitudes / count, std::sqrt(roots / count)));
-        EXPECT_SAME(d.m_dataMin, whole.min);
-        EXPECT_SAME(d.m_dataMax, whole.max);
-        EXPECT_SAME(d.m_dataMean, means / count);
+        expectSame({d.m_dataMin, d.m_dataMax, d.m_dataMean}, {whole.min, whole.max, means / count});
     });
 }
 
@@ -202,7 +200,7 @@ TEST(Passes, NormalisationAndReductions) {
         for (std::size_t k = 0; k < channels.size(); ++k) {
             for (std::size_t i = 0; i < channels[k].size(); ++i) {
                 const bool divided = divides && static_cast<std::int64_t>(i) < total;
-                EXPECT_SAME(d.m_chnlIcaData[k].m_data[i], divided ? channels[k][i] / rms : channels[k][i]);
+                expectSame(d.m_chnlIcaData[k].m_data[i], divided ? channels[k][i] / rms : channels[k][i]);
             }
         }
         const test::DataSet fresh = dataSetFrom(channels, total), other = dataSetFrom(channels, total);
@@ -210,10 +208,11 @@ TEST(Passes, NormalisationAndReductions) {
         EXPECT_EQ(other->accumulateTime1(), total > 0 ? 1 : 0);
         for (std::size_t k = 0; k < channels.size(); ++k) {
             for (std::size_t i = 0; i < channels[k].size(); ++i)
-                EXPECT_SAME(fresh->m_chnlIcaData[k].m_data[i], channels[k][i] + channels[k][i]);
+                expectSame(fresh->m_chnlIcaData[k].m_data[i], channels[k][i] + channels[k][i]);
             if (total < 1) continue;
-            EXPECT_SAME(other->m_chnlIcaData[k].m_data[0], sums[k] / static_cast<double>(total));
-            EXPECT_SAME(other->m_chnlIcaData[k].m_bkData[0], other->m_chnlIcaData[k].m_data[0]);
+            const double mean = sums[k] / static_cast<double>(total);
+            expectSame({other->m_chnlIcaData[k].m_data[0], other->m_chnlIcaData[k].m_bkData[0]},
+                       {mean, mean});
         }
     });
 }
@@ -237,25 +236,20 @@ TEST(Passes, StatisticsOfOneChannel) {
             if (i > 0) fromFirst += v[i];
             sum += v[i], absolute += std::fabs(v[i]), squares += v[i] * v[i];
         }
-        EXPECT_SAME(min, range.min);
-        EXPECT_SAME(max, range.max);
-        EXPECT_SAME(mean, fromFirst / n);
-        EXPECT_SAME(mean2, sum / n);
-        EXPECT_SAME(absMean, absolute / n);
-        EXPECT_SAME(rms, std::sqrt(squares / n));
+        expectSame({min, max, mean, mean2, absMean, rms},
+                   {range.min, range.max, fromFirst / n, sum / n, absolute / n, std::sqrt(squares / n)});
         EXPECT_EQ(channel.getDataRange(min, mean, max), 1);
-        EXPECT_SAME(mean, fromFirst / n);
-        EXPECT_SAME(channel.getValueMax(), range.max);
-        EXPECT_SAME(channel.getSelectDataMean(-5, 99, 0), sum / n);
-        EXPECT_SAME(channel.getSelectDataMean(-5, 99, 1),
-                    std::fabs(range.max) > std::fabs(range.min) ? range.max : range.min);
+        const double extreme = std::fabs(range.max) > std::fabs(range.min) ? range.max : range.min;
+        expectSame({mean, channel.getValueMax(), channel.getSelectDataMean(-5, 99, 0),
+                    channel.getSelectDataMean(-5, 99, 1)},
+                   {fromFirst / n, range.max, sum / n, extreme});
         double horner = v.back();
         for (std::size_t i = v.size() - 1; i-- > 0;) horner = horner * 0.5 + v[i];
-        EXPECT_SAME(channel.polynmlEval(0.5), horner);
+        expectSame(channel.polynmlEval(0.5), horner);
         const bool divides = !(absolute / n <= 0.0);
         EXPECT_EQ(channel.normSumSqrt(), divides ? 1 : 0);
         for (std::size_t i = 0; i < v.size(); ++i)
-            EXPECT_SAME(channel.m_data[i], divides ? v[i] / (absolute / n) : v[i]);
+            expectSame(channel.m_data[i], divides ? v[i] / (absolute / n) : v[i]);
     }
 }
 

@@ -1,33 +1,19 @@
 #include "tests/Support.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <sys/stat.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class Files : public ::testing::Test {
-protected:
-    Files() {
-        std::string name = (fs::temp_directory_path() / "icawave-files-XXXXXX").string();
-        folder = ::mkdtemp(name.data());
-    }
-    ~Files() override { fs::remove_all(folder); }
-    CString path(const char* name) const { return (folder / name).string(); }
-
-    fs::path folder;
-};
-
 // Pieces below, at and above the size of the file's own buffer, read back in other pieces; more than is kept
 // in caches. Space that was reserved ahead is given back.
-TEST_F(Files, BufferedPiecesArriveInOrder) {
+TEST(Files, BufferedPiecesArriveInOrder) {
+    const test::Folder folder;
     std::vector<char> bytes(19'900'001);
     for (std::size_t k = 0; k < bytes.size(); ++k) bytes[k] = static_cast<char>(k * 7 + k / 256);
     CFile out;
-    ASSERT_TRUE(out.Open(path("a"), CFile::modeCreate | CFile::modeWrite));
+    ASSERT_TRUE(out.Open(folder / "a", CFile::modeCreate | CFile::modeWrite));
     std::int64_t written = 0;
     for (const std::int64_t piece : {1, 262'143, 1, 300'000, 5, 262'144, 75'707, 17'000'000, 2'000'000}) {
         out.Write(bytes.data() + written, piece);
@@ -38,12 +24,12 @@ TEST_F(Files, BufferedPiecesArriveInOrder) {
     ASSERT_EQ(written, static_cast<std::int64_t>(bytes.size()));
     out.Close();
     struct stat status;
-    ASSERT_EQ(::stat(path("a").utf8().c_str(), &status), 0);
+    ASSERT_EQ(::stat((folder / "a").utf8().c_str(), &status), 0);
     EXPECT_EQ(status.st_size, written);
     EXPECT_LT(status.st_blocks * 512, written + (1 << 20));
 
     CFile in;
-    ASSERT_TRUE(in.Open(path("a"), CFile::modeRead));
+    ASSERT_TRUE(in.Open(folder / "a", CFile::modeRead));
     std::vector<char> loaded(bytes.size() + 1);
     std::int64_t got = 0;
     for (const std::int64_t piece : {3, 262'144, 400'000, 12'000'000, 8'193, 40'000, 17, 100'001, 9'000'000})
@@ -61,14 +47,15 @@ TEST_F(Files, BufferedPiecesArriveInOrder) {
     EXPECT_THROW(in.Write("x", 1), CFileException);
 }
 
-TEST_F(Files, WhatCannotBeOpenedIsRefused) {
+TEST(Files, WhatCannotBeOpenedIsRefused) {
+    const test::Folder folder;
     CFile file;
-    EXPECT_FALSE(file.Open(path("missing"), CFile::modeRead));
-    EXPECT_FALSE(file.Open(CString(folder.string()), CFile::modeRead)) << "a directory";
-    EXPECT_FALSE(file.Open(path("no/such/folder"), CFile::modeCreate | CFile::modeWrite));
-    EXPECT_FALSE(
-        file.Open(path("a") + CString(std::u16string_view(u"\0b", 2)), CFile::modeCreate | CFile::modeWrite));
-    EXPECT_FALSE(fs::exists(folder / "a"));
+    EXPECT_FALSE(file.Open(folder / "missing", CFile::modeRead));
+    EXPECT_FALSE(file.Open(CString(folder.path.string()), CFile::modeRead)) << "a directory";
+    EXPECT_FALSE(file.Open(folder / "no/such/folder", CFile::modeCreate | CFile::modeWrite));
+    EXPECT_FALSE(file.Open(folder / "a" + CString(std::u16string_view(u"\0b", 2)),
+                           CFile::modeCreate | CFile::modeWrite));
+    EXPECT_FALSE(fs::exists(folder.path / "a"));
 }
 
 TEST(FullDisk, IsAnExceptionFromTheOutermostFlushOrCloseOnce) {
@@ -77,13 +64,7 @@ TEST(FullDisk, IsAnExceptionFromTheOutermostFlushOrCloseOnce) {
     CFile file;
     ASSERT_TRUE(file.Open("/dev/full", CFile::modeWrite));
     file.Write("abc", 3);
-    try {
-        file.Close();
-        FAIL() << "the three bytes are lost";
-    } catch (const CFileException& e) {
-        EXPECT_EQ(e.m_cause, CFileException::diskFull);
-        EXPECT_EQ(e.m_strFileName, "/dev/full");
-    }
+    EXPECT_THROW(file.Close(), CFileException) << "the three bytes are lost";
     file.Close(); // nothing is left to fail
     ASSERT_TRUE(file.Open("/dev/full", CFile::modeWrite));
     CFaceIcazq package;

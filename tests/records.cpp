@@ -2,10 +2,6 @@
 // every place.
 #include "tests/Support.h"
 
-#include <filesystem>
-#include <fstream>
-#include <sys/resource.h>
-
 using test::Bytes;
 using test::load;
 using test::Outcome;
@@ -13,19 +9,11 @@ using test::stored;
 
 namespace {
 
-Bytes goldenFile(const char* name) {
-    std::ifstream in(std::filesystem::path(ICAWAVE_GOLDEN) / name, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
-    EXPECT_FALSE(text.empty()) << name;
-    const auto* first = reinterpret_cast<const std::byte*>(text.data());
-    return {first, first + text.size()};
-}
-
 template <class T>
 void expectDefaultBytes(const char* name) {
     T object;
-    EXPECT_EQ(stored(object), goldenFile(name)) << name;
-    EXPECT_EQ(stored(object, 16), goldenFile(name)) << "through the smallest buffer";
+    EXPECT_EQ(stored(object), test::golden(name)) << name;
+    EXPECT_EQ(stored(object, 16), test::golden(name)) << "through the smallest buffer";
 }
 
 TEST(Records, NewObjectsAreStoredAsTheFormatSays) {
@@ -65,7 +53,7 @@ TEST(Records, FlagsFollowBuffersAndCounts) {
     test::DataSet dataSet = test::countingDataSet(2, 3);
     dataSet->m_chnlTotal = 0; // as resetting the coherence leaves it
     Bytes bytes = stored(*dataSet);
-    EXPECT_EQ(bytes.size(), goldenFile("default_dataset.bin").size());
+    EXPECT_EQ(bytes.size(), test::golden("default_dataset.bin").size());
     EXPECT_EQ(bytes[76], std::byte{0});
     dataSet->m_chnlTotal = 2;
     test::DataSet loaded = test::countingDataSet(1, 1);
@@ -81,10 +69,10 @@ TEST(Records, FlagsFollowBuffersAndCounts) {
 TEST(Records, LoadingReplacesOrKeepsTheParameterSetByVersion) {
     test::DataSet dataSet = test::countingDataSet(1, 1);
     dataSet->getIcaParamzq(1)->m_nIca = 9;
-    EXPECT_EQ(load(*dataSet, goldenFile("dataset_old.bin")).result, 1);
+    EXPECT_EQ(load(*dataSet, test::golden("dataset_old.bin")).result, 1);
     ASSERT_NE(dataSet->m_icaParam, nullptr);
     EXPECT_EQ(dataSet->m_icaParam->m_nIca, 9);
-    EXPECT_EQ(load(*dataSet, goldenFile("default_dataset.bin")).result, 1);
+    EXPECT_EQ(load(*dataSet, test::golden("default_dataset.bin")).result, 1);
     EXPECT_EQ(dataSet->m_icaParam, nullptr);
 }
 
@@ -125,29 +113,10 @@ TEST(Records, WhatCannotBeStoredIsRefusedBeforeTheFirstByte) {
     EXPECT_EQ(storeOutcome(package, source, CArchive::load).result, 1);
 }
 
-TEST(Records, AFullDiskIsAnExceptionOutOfTheRecordItself) {
-    CFaceIcazq package;
-    package.checkInitIcaPkg(2, 1000, true);
-    int operations = 0;
-    for (;; ++operations) {
-        test::FailingFile file(operations);
-        CArchive archive(&file, CArchive::store);
-        try {
-            EXPECT_EQ(package.serialize(archive), 1);
-            archive.Close();
-            break;
-        } catch (const CFileException& e) {
-            EXPECT_EQ(e.m_cause, CFileException::diskFull);
-            archive.Abort();
-        }
-    }
-    EXPECT_GT(operations, 3);
-}
-
 // Cuts a record at every byte. Whatever comes of it, the object can be asked, stored and loaded again.
 template <class T>
 void expectTruncationsTold(const char* name, const std::function<void(T&)>& use) {
-    const Bytes whole = goldenFile(name);
+    const Bytes whole = test::golden(name);
     for (std::size_t length = 0; length < whole.size(); ++length) {
         T object;
         const Outcome outcome =
@@ -223,21 +192,19 @@ TEST(RecordDamage, ContradictingSizesNeverReachOutsideAChannel) {
 
 TEST(RecordDamage, ValuesThatDidNotComeAreZero) {
     CChnlIcaDatazq whole, cut;
-    const double values[] = {1, 2, 3};
-    whole.copy2Mtx(values, 3);
+    whole.copy2Mtx(test::Values{1, 2, 3}.data(), 3);
     Bytes bytes = stored(whole);
     bytes.resize(bytes.size() - 8 - 4 - 12 - 8 -
-                 7); // what follows the values, the third value and most of the second
+                 7); // behind the values; of these the third and most of the second
     EXPECT_EQ(load(cut, bytes).messages, std::vector<CString>{"Read Ica data error!?"});
-    EXPECT_EQ(test::values(cut), (std::vector<double>{1, 0, 0}));
+    EXPECT_EQ(test::values(cut), (test::Values{1, 0, 0}));
 }
 
 // A count of 2^40 or -1 in every place that has one: a message or an exception at once, and no memory that
 // the file does not justify.
 TEST(RecordDamage, ImpossibleCountsCostNothing) {
-    const Bytes whole = goldenFile("package_several.bin");
-    rusage before{}, after{};
-    getrusage(RUSAGE_SELF, &before);
+    const Bytes whole = test::golden("package_several.bin");
+    const test::PeakMemory peak;
     for (const std::int64_t count :
          {std::int64_t{1} << 40, std::int64_t{-1}, std::int64_t{1} << 61, std::int64_t{70'000}}) {
         for (std::size_t at = 0; at + 8 <= whole.size(); ++at) {
@@ -250,40 +217,7 @@ TEST(RecordDamage, ImpossibleCountsCostNothing) {
                 askEverything(*package.getIcaData(static_cast<std::int32_t>(k)));
         }
     }
-    getrusage(RUSAGE_SELF, &after);
-#if !defined(ICAWAVE_SANITIZED)
-    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 256 * 1024) << "KiB at the peak";
-#endif
-}
-
-// The n-th allocation fails, for every n: the library's own exception, result or message, never
-// std::bad_alloc, and nothing leaks.
-TEST(RecordDamage, EveryFailingAllocationIsTold) {
-    const Bytes whole = goldenFile("package_several.bin");
-    long n = 0;
-    for (bool reached = true; reached; ++n) {
-        CFaceIcazq package;
-        icawave::ScriptedFrontEnd ui;
-        ui.messages.reserve(100);
-        test::Reader reader(whole);
-        std::int32_t result = 0;
-        bool raised = false;
-        {
-            const test::FailAllocation failure(n);
-            try {
-                result = package.serialize(reader.archive);
-            } catch (const CException&) {
-                raised = true;
-            }
-            reached = failure.failed();
-        }
-        // Items that find no memory are the one failure that a channel's result tells, and a package does not
-        // consult it.
-        EXPECT_TRUE(!reached || raised || !ui.messages.empty() || result == 0 || reader.archive.firstFault())
-            << n;
-        EXPECT_TRUE(reached || result == 1);
-    }
-    EXPECT_GT(n, 50);
+    EXPECT_LT(peak.bytes(), std::size_t{256} << 20);
 }
 
 } // namespace

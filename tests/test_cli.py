@@ -341,13 +341,8 @@ class Packages(Case):
     def same(self, *files):
         self.assertEqual(len({(self.folder / file).read_bytes() for file in files}), 1, files)
 
-    def test_check_finds_changed_bytes(self):
-        self.assertIn("4 data sets", self.good("check", "p.icpkg"))
-        for at in range(0, len(self.bytes), 97):
-            self.write("f", self.bytes[:at] + bytes([self.bytes[at] ^ 4]) + self.bytes[at + 1:])
-            self.bad(r"at byte \d+ in (FACEICA|index)", "check", "f")
-
     def test_salvage_loses_the_damaged_data_set_alone(self):
+        self.assertIn("4 data sets", self.good("check", "p.icpkg"))
         self.write("bad", self.damaged(2))
         self.assertIn("FACEICA, TRIALICADATA 2\n", self.bad("data set|bytes", "check", "bad"))
         self.assertRegex(self.good("salvage", "bad", "-o", "out"), r"TRIALICADATA 2\nout: 3 data sets\n$")

@@ -4,7 +4,6 @@
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QIcon>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
@@ -126,35 +125,6 @@ TEST_F(RealWindows, RowsAreSelectedByKeyboard) {
     EXPECT_EQ(user.takeMenu().size(), 6u);
     EXPECT_FALSE(package->getIcaData(0)->m_icaShow);
     EXPECT_EQ(keys({}), "");
-}
-
-TEST_F(RealWindows, ThePointerMarksARowWithoutSelectingIt) {
-    show(3);
-    const auto row = [&] { return view().visualRect(view().model()->index(1, 3)); };
-    const QImage before = view().viewport()->grab(row()).toImage();
-    for (const QPoint at : {row().topLeft(), row().center()})
-        QTest::mouseMove(widget().windowHandle(), view().viewport()->mapTo(&widget(), at));
-    QApplication::processEvents();
-    EXPECT_NE(view().viewport()->grab(row()).toImage(), before);
-    EXPECT_EQ(keys({}), "");
-    EXPECT_EQ(package->m_curntIcaDataSetID, 0);
-}
-
-TEST_F(RealWindows, IconsAreDrawnAsFineAsTheScreenIs) {
-    show(2);
-    package->getIcaData(1)->m_icaShow = true;
-    list().refreshRows();
-    user.print(dialog());
-    const auto icon = [&](int row) {
-        return view().model()->index(row, 0).data(Qt::DecorationRole).value<QIcon>();
-    };
-    const QImage shown = icon(1).pixmap(QSize(16, 16), 1.0).toImage();
-    EXPECT_EQ(shown.pixel(1, 7), 0xFF000000u) << "the left corner of the eye";
-    EXPECT_EQ(shown.pixel(2, 7), 0xFFFFFFFFu);
-    EXPECT_EQ(qAlpha(shown.pixel(0, 7)), 0);
-    EXPECT_EQ(icon(1).pixmap(QSize(16, 16), 2.0).size(), QSize(32, 32));
-    EXPECT_EQ(icon(1).pixmap(QSize(16, 16), 4.0).size(), QSize(64, 64));
-    EXPECT_NE(icon(0).pixmap(QSize(16, 16), 1.0).toImage(), shown);
 }
 
 TEST_F(RealWindows, TheFileDialogAsksAsTheLibraryDoes) {

@@ -1,4 +1,4 @@
-"""test_documents.py SOURCE_FOLDER: what the documents show is what the code is."""
+"""documents.py SOURCE_FOLDER: what the documents show is what the code is."""
 import re
 import sys
 from pathlib import Path

@@ -1,4 +1,4 @@
-"""test_layers.py SOURCE_FOLDER: rooms include only the rooms that they may know of, and only headers that exist.
+"""layers.py SOURCE_FOLDER: rooms include only the rooms that they may know of, and only headers that exist.
 
 Knowledge points one way: platform <- archive <- matrix <- channel, icaparam <- trial <- package <- ui <- tools. The record sources in
 persist/ belong to their family's room.
