@@ -3,9 +3,6 @@
 // stays as it was, and what it leaves can be stored and loaded. The address sanitizer sees what would leak.
 #include "tests/Support.h"
 
-#include <cstdlib>
-#include <filesystem>
-
 using test::Bytes;
 using test::load;
 using test::stored;
@@ -31,7 +28,10 @@ struct Scene {
         ui.messages.reserve(100);
         ui.fileAnswers = {path()};
     }
-    static CString path() { return (std::filesystem::temp_directory_path() / "icawave-sweep.icd").string(); }
+    static CString path() {
+        static const test::Folder folder;
+        return folder / "swept.icd";
+    }
 
     CTrialIcaDatazq& dataSet() { return *package.getIcaData(0); }
     CChnlIcaDatazq& channel() { return dataSet().m_chnlIcaData[1]; }
@@ -138,7 +138,6 @@ TEST_P(Allocations, EveryFailureIsToldAndLeavesTheRestAsItWas) {
         EXPECT_EQ(load(again, left).result, 1) << n;
         EXPECT_TRUE(stored(again) == left) << n;
     }
-    std::filesystem::remove(Scene::path().utf8());
     EXPECT_GT(n, 1) << "it allocates";
 }
 
