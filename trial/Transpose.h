@@ -9,39 +9,47 @@ namespace icawave {
 
 // to(c)[r] = from(r)[c] for all rows and columns. Squares are transposed in registers and gathered in tiles
 // whose lines of memory stay in the cache until they are used up, where the plain loop writes one value to
-// each line and then comes back. Each square asks for the lines of its counterpart in the next tile: no
-// processor foresees so many places at once.
+// each line and then comes back. While a tile is transposed, the next one's lines are asked for, row after
+// row and into the second level: no processor foresees so many places at once, and the first level has too
+// few places for lines on their way. Measured beside memcpy: 0.9 instead of 0.3 (64 x 2,000 values).
 template <class From, class To>
 void transposeRows(std::int64_t rows, std::int64_t columns, From from, To to) {
-    constexpr std::int64_t side = kernelLanes, tileRows = 64, tileColumns = 32;
+    constexpr std::int64_t side = kernelLanes, tile = 64;
     const std::int64_t wholeRows = rows - rows % side, wholeColumns = columns - columns % side;
     const auto transpose = kernels().transpose;
 
-    const auto prefetch = [&](std::int64_t r, std::int64_t c) {
-        if (r >= wholeRows) {
-            r %= tileRows;
-            c += tileColumns;
-        }
-        if (c >= wholeColumns) return;
-        for (int k = 0; k < side; ++k) {
-            __builtin_prefetch(from(r + k) + c);
-            __builtin_prefetch(to(c + k) + r, 1);
+    // Asks for `count` more rows from `next` on, columns begin ... stop - 1 of them.
+    const auto askFor = [](auto row, std::int64_t& next, std::int64_t end, std::int64_t count,
+                           std::int64_t begin, std::int64_t stop) {
+        constexpr std::int64_t lineValues = 8;
+        constexpr int secondLevel = 2;
+        for (const std::int64_t reached = std::min(next + count, end); next < reached; ++next) {
+            for (std::int64_t c = begin; c < stop; c += lineValues)
+                __builtin_prefetch(row(next) + c, 0, secondLevel);
         }
     };
-    const auto square = [&](std::int64_t r, std::int64_t c) {
-        const double* in[side];
-        double* out[side];
-        for (int k = 0; k < side; ++k) {
-            in[k] = from(r + k);
-            out[k] = to(c + k);
-        }
-        prefetch(r + tileRows, c);
-        transpose(in, c, out, r);
-    };
-    for (std::int64_t c0 = 0; c0 < wholeColumns; c0 += tileColumns) {
-        for (std::int64_t r0 = 0; r0 < wholeRows; r0 += tileRows) {
-            for (std::int64_t c = c0; c < std::min(c0 + tileColumns, wholeColumns); c += side) {
-                for (std::int64_t r = r0; r < std::min(r0 + tileRows, wholeRows); r += side) square(r, c);
+    for (std::int64_t c0 = 0; c0 < wholeColumns; c0 += tile) {
+        for (std::int64_t r0 = 0; r0 < wholeRows; r0 += tile) {
+            const std::int64_t r1 = std::min(r0 + tile, wholeRows), c1 = std::min(c0 + tile, wholeColumns);
+            const bool below = r1 < wholeRows;
+            const std::int64_t nextR0 = below ? r1 : 0, nextC0 = below ? c0 : c1;
+            const std::int64_t nextR1 = std::min(nextR0 + tile, wholeRows),
+                               nextC1 = std::min(nextC0 + tile, wholeColumns);
+            const std::int64_t squares = (r1 - r0) * (c1 - c0) / (side * side),
+                               share = (tile + squares - 1) / squares;
+            std::int64_t nextIn = nextR0, nextOut = nextC0;
+            for (std::int64_t c = c0; c < c1; c += side) {
+                for (std::int64_t r = r0; r < r1; r += side) {
+                    askFor(from, nextIn, nextR1, share, nextC0, nextC1);
+                    askFor(to, nextOut, nextC1, share, nextR0, nextR1);
+                    const double* in[side];
+                    double* out[side];
+                    for (int k = 0; k < side; ++k) {
+                        in[k] = from(r + k);
+                        out[k] = to(c + k);
+                    }
+                    transpose(in, c, out, r);
+                }
             }
         }
     }
