@@ -32,6 +32,33 @@ constexpr Tables makeTables() {
 
 constexpr Tables tables = makeTables();
 
+// The instruction takes three times as long as it takes until the next one may begin, so that three blocks go
+// together.
+constexpr std::size_t blockBytes = 1024;
+
+// shifts[k][b] is what a state that has b as its k-th byte becomes when a block of zeros follows.
+using Shifts = std::array<std::array<std::uint32_t, 256>, 4>;
+
+constexpr Shifts makeShifts() {
+    Shifts shifts{};
+    for (std::size_t k = 0; k < shifts.size(); ++k) {
+        for (std::size_t bit = 0; bit < 8; ++bit) {
+            std::uint32_t state = std::uint32_t{1} << (8 * k + bit);
+            for (std::size_t zero = 0; zero < blockBytes; ++zero)
+                state = (state >> 8) ^ tables[0][state & 0xFF];
+            for (std::size_t byte = 0; byte < 256; ++byte) shifts[k][byte] ^= (byte >> bit & 1) ? state : 0;
+        }
+    }
+    return shifts;
+}
+
+constexpr Shifts shifts = makeShifts();
+
+std::uint32_t overZeros(std::uint64_t state) {
+    return shifts[0][state & 0xFF] ^ shifts[1][state >> 8 & 0xFF] ^ shifts[2][state >> 16 & 0xFF] ^
+           shifts[3][state >> 24 & 0xFF];
+}
+
 } // namespace
 
 std::uint32_t icawave::crc32cByTable(std::uint32_t crc, const void* bytes, std::size_t count) noexcept {
@@ -57,12 +84,22 @@ bool icawave::hasCrc32cInstruction() noexcept {
 [[gnu::target("sse4.2")]] std::uint32_t icawave::crc32cByInstruction(std::uint32_t crc, const void* bytes,
                                                                      std::size_t count) noexcept {
     const auto* next = static_cast<const unsigned char*>(bytes);
-    std::uint64_t state = ~crc;
-    for (; count >= 8; count -= 8, next += 8) {
+    const auto take = [](std::uint64_t & state, const unsigned char* from) __attribute__((target("sse4.2"))) {
         std::uint64_t word;
-        std::memcpy(&word, next, 8);
+        std::memcpy(&word, from, 8);
         state = _mm_crc32_u64(state, word);
+    };
+    std::uint64_t state = ~crc;
+    for (; count >= 3 * blockBytes; count -= 3 * blockBytes, next += 3 * blockBytes) {
+        std::uint64_t second = 0, third = 0;
+        for (std::size_t k = 0; k < blockBytes; k += 8) {
+            take(state, next + k);
+            take(second, next + blockBytes + k);
+            take(third, next + 2 * blockBytes + k);
+        }
+        state = overZeros(overZeros(state) ^ second) ^ third;
     }
+    for (; count >= 8; count -= 8, next += 8) take(state, next);
     auto last = static_cast<std::uint32_t>(state);
     for (; count > 0; --count, ++next) last = _mm_crc32_u8(last, *next);
     return ~last;

@@ -55,7 +55,7 @@ PackageFile::Contents::Contents(const CString& path, const std::string& name,
 
 std::optional<ArchiveFault> PackageFile::Contents::read(std::int64_t number, CTrialIcaDatazq& dataSet) const {
     const PackageEntry& row = entry(number);
-    FilePart part(file, row.offset, row.offset + row.length);
+    WholePart part(file, row.offset, row.offset + row.length);
     std::int64_t length = 0;
     std::optional<ArchiveFault> fault = loadDataSet(part, number, dataSet, length);
     const auto wrongBytes = compare(row.offset, dataSetRecord(number), row.checksum, [&] {

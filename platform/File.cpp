@@ -93,12 +93,14 @@ std::int64_t CFile::Read(void* buffer, std::int64_t count) {
         } else if (count - done >= bufferSize) {
             const std::int64_t piece = readSome(to + done, count - done);
             if (piece == 0) break;
+            m_position += piece;
             done += piece;
         } else {
             allocateBuffer();
             m_next = m_filled = 0;
             m_filled = readSome(m_buffer.get(), bufferSize);
             if (m_filled == 0) break;
+            m_position += m_filled;
         }
     }
     return done;
@@ -169,7 +171,6 @@ std::int64_t CFile::readSome(void* buffer, std::int64_t count) {
         got = ::read(m_descriptor, buffer, static_cast<std::size_t>(std::min(count, largestTransfer)));
     } while (got < 0 && errno == EINTR);
     if (got < 0) raise(errno);
-    m_position += got;
     return got;
 }
 
