@@ -77,7 +77,9 @@ std::int32_t CListCtrl::GetColumnSubItem(std::int32_t column) const {
 std::int32_t CListCtrl::InsertItem(std::int32_t row, const CString& text, std::int32_t image) {
     if (row < 0) return -1;
     row = std::min(row, GetItemCount());
-    m_rows.insert(m_rows.begin() + row, Row{{text}, image, 0});
+    Row& inserted = *m_rows.insert(m_rows.begin() + row, Row{{}, image, 0});
+    inserted.cells.reserve(m_columns.size() + 1);
+    inserted.cells.push_back(text);
     changed();
     return row;
 }

@@ -127,40 +127,42 @@ CString& CString::operator+=(const CString& other) {
 namespace {
 
 // The longest double in fixed notation has 309 digits before the point.
-std::string sixDecimals(double value) {
-    if (std::isnan(value)) return "nan"; // whatever its sign bit
-    std::array<char, 320> buffer;
-    const auto end =
-        std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 6);
-    return {buffer.data(), end.ptr};
+void appendNumber(std::u16string& text, auto number, auto... format) {
+    std::array<char, 320> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, format...);
+    text.append(digits.data(), end.ptr);
 }
 
 struct Conversion {
     std::u16string_view form;
-    CString (*print)(const icawave::FormatArgument&);
+    void (*print)(std::u16string&, const icawave::FormatArgument&);
 };
 
 constexpr Conversion conversions[] = {
-    {u"%s", [](const icawave::FormatArgument& a) { return a.text; }},
+    {u"%s", [](std::u16string& text, const icawave::FormatArgument& a) { text += a.text.view(); }},
     {u"%d",
-     [](const icawave::FormatArgument& a) {
-         return CString(std::to_string(static_cast<std::int32_t>(a.integer)));
+     [](std::u16string& text, const icawave::FormatArgument& a) {
+         appendNumber(text, static_cast<std::int32_t>(a.integer));
      }},
-    {u"%I64d", [](const icawave::FormatArgument& a) { return CString(std::to_string(a.integer)); }},
-    {u"%f", [](const icawave::FormatArgument& a) { return CString(sixDecimals(a.real)); }},
+    {u"%I64d", [](std::u16string& text, const icawave::FormatArgument& a) { appendNumber(text, a.integer); }},
+    {u"%f",
+     [](std::u16string& text, const icawave::FormatArgument& a) {
+         if (std::isnan(a.real))
+             text += u"nan"; // whatever its sign bit
+         else
+             appendNumber(text, a.real, std::chars_format::fixed, 6);
+     }},
 };
 
-} // namespace
-
-CString CString::formatList(const CString& format, std::initializer_list<icawave::FormatArgument> arguments) {
-    CString text;
+std::u16string formatUnits(std::u16string_view rest,
+                           std::initializer_list<icawave::FormatArgument> arguments) {
+    std::u16string text;
     auto next = arguments.begin();
-    std::u16string_view rest = format.view();
     while (!rest.empty()) {
         const auto* conversion = std::find_if(std::begin(conversions), std::end(conversions),
                                               [&](const Conversion& c) { return rest.starts_with(c.form); });
         if (conversion != std::end(conversions)) {
-            if (next != arguments.end()) text += conversion->print(*next++);
+            if (next != arguments.end()) conversion->print(text, *next++);
             rest.remove_prefix(conversion->form.size());
             continue;
         }
@@ -170,4 +172,10 @@ CString CString::formatList(const CString& format, std::initializer_list<icawave
         rest.remove_prefix(rest.starts_with(u"%%") ? 2 : literal);
     }
     return text;
+}
+
+} // namespace
+
+CString CString::formatList(const CString& format, std::initializer_list<icawave::FormatArgument> arguments) {
+    return CString(icawave::withMemoryException([&] { return formatUnits(format.view(), arguments); }));
 }
