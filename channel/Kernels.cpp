@@ -50,7 +50,11 @@ extern const Kernels sse2Kernels, avx2Kernels;
 
 std::span<const Kernels* const> kernelLevels() {
     static const Kernels* const levels[] = {&plainKernels, &sse2Kernels, &avx2Kernels};
+#    ifdef ICAWAVE_BASELINE
+    constexpr std::size_t supported = 2;
+#    else
     static const std::size_t supported = __builtin_cpu_supports("avx2") ? 3 : 2;
+#    endif
     return std::span(levels).first(supported);
 }
 #else
