@@ -112,7 +112,7 @@ struct LanesOf {
     // block in which the range first meets zero is gone through once more.
     static std::int64_t chain(const double* values, std::int64_t begin, std::int64_t stop,
                               RangeAndSumPassOf<double>& pass) {
-        constexpr int registers = 2, step = registers * width, block = 8 * step;
+        constexpr int registers = 2, step = registers * width, block = 4 * step;
         constexpr std::int64_t pagesAhead = 1024; // the processor itself stops at the end of each page
         RangeAndSumPassOf<double> running = pass;
         for (; begin + block <= stop; begin += block) {
