@@ -23,10 +23,9 @@ TEST(ChannelStatistics, AnswerWithoutValues) {
     const double values[] = {1, 2, 3, -0.0};
     channel.copy2Mtx(values, 3);
     EXPECT_EQ(channel.allValueNonZero(), 1);
-    EXPECT_EQ(channel.getSelectDataMean(2, 1, 0), 0.0);
-    EXPECT_EQ(channel.getSelectDataMean(2, 1, 1), 3.0);
-    EXPECT_EQ(channel.getSelectDataMean(12, 40, 0), 3.0);
-    EXPECT_EQ(channel.getSelectDataMean(0, 2, 2), 0.0);
+    EXPECT_EQ((Values{channel.getSelectDataMean(2, 1, 0), channel.getSelectDataMean(2, 1, 1),
+                      channel.getSelectDataMean(12, 40, 0), channel.getSelectDataMean(0, 2, 2)}),
+              (Values{0, 3, 3, 0}));
     channel.copy2Mtx(values, 4);
     EXPECT_EQ(channel.allValueNonZero(), 0) << "a negative zero is zero";
 }
@@ -48,9 +47,9 @@ TEST(Display, SelectionStepsStopOrWrapAtTheEnds) {
         dataSet.m_totalSample = c.total;
         dataSet.m_selectBegin = c.begin;
         dataSet.m_selectEnd = c.end;
-        EXPECT_EQ(dataSet.nextSelect(c.step, c.wrap), c.newBegin) << c.begin << " by " << c.step;
-        EXPECT_EQ(dataSet.m_selectBegin, c.newBegin);
-        EXPECT_EQ(dataSet.m_selectEnd, c.newEnd) << c.begin << " by " << c.step;
+        EXPECT_EQ((Results{dataSet.nextSelect(c.step, c.wrap), dataSet.m_selectBegin, dataSet.m_selectEnd}),
+                  (Results{c.newBegin, c.newBegin, c.newEnd}))
+            << c.begin << " by " << c.step;
     }
     CTrialIcaDatazq hostile;
     for (const std::int64_t extreme :
@@ -160,8 +159,8 @@ protected:
 
 TEST_F(PackageDisplay, AnswersAcrossDataSets) {
     double min = 7, max = 7;
-    EXPECT_EQ(package.getIcaTimSlcMax(), 5);
-    EXPECT_EQ(package.getMaxSample(), 2) << "channels, not samples";
+    EXPECT_EQ((Results{package.getIcaTimSlcMax(), package.getMaxSample()}), (Results{5, 2}))
+        << "channels, not samples";
     package.getIcaData(0)->setSelect(1, 1);
     EXPECT_EQ(package.getIcaDataRange(-5, min, max, true), 1);
     EXPECT_EQ(std::pair(min, max), std::pair(1.0, 101.0));
@@ -197,26 +196,21 @@ TEST_F(PackageDisplay, UsesACurrentIndexThatLiesOutside) {
     EXPECT_EQ(package.hasIcaData4show(), 0);
     EXPECT_THROW(package.getNumSns(), CInvalidArgException);
     EXPECT_THROW(package.getLongestChannelName(), CInvalidArgException);
-    EXPECT_EQ(package.m_curntIcaDataSetID, 7);
-    EXPECT_EQ(package.setSelect(-4, 2), 3);
-    EXPECT_EQ(package.m_curntIcaDataSetID, 3);
-    EXPECT_EQ(package.getIcaData(3)->m_selectEnd, 2);
-    EXPECT_EQ(package.setSelect(3, 50), 1);
-    EXPECT_EQ(package.getSelect(begin, end), 1);
-    EXPECT_EQ(std::pair(begin, end), (std::pair<std::int64_t, std::int64_t>(3, 3)));
+    EXPECT_EQ((Results{package.m_curntIcaDataSetID, package.setSelect(-4, 2), package.m_curntIcaDataSetID,
+                       package.getIcaData(3)->m_selectEnd, package.setSelect(3, 50),
+                       package.getSelect(begin, end), begin, end}),
+              (Results{7, 3, 3, 2, 1, 1, 3, 3}));
     package.m_curntIcaDataSetID = -7;
     package.getIcaData(0)->m_chnlIcaData[1].m_show = 0;
-    EXPECT_EQ(package.getNumShowSns(), 1);
-    EXPECT_EQ(package.m_curntIcaDataSetID, 0);
-    EXPECT_EQ(package.hasIcaData4show(), 1);
-    EXPECT_EQ(package.getNumSns(), 2);
+    EXPECT_EQ((Results{package.getNumShowSns(), package.m_curntIcaDataSetID, package.hasIcaData4show(),
+                       package.getNumSns()}),
+              (Results{1, 0, 1, 2}));
     EXPECT_EQ(package.getLongestChannelName(), u"None");
     package.m_curntIcaDataSetID = 1; // the null entry
     begin = 77;
-    EXPECT_EQ(package.hasIcaData4show() + package.getNumSns() + package.getNumShowSns() +
-                  package.getSelect(begin, end),
-              0);
-    EXPECT_EQ(begin, 77);
+    EXPECT_EQ((Results{package.hasIcaData4show(), package.getNumSns(), package.getNumShowSns(),
+                       package.getSelect(begin, end), begin}),
+              (Results{0, 0, 0, 0, 77}));
     package.m_curntIcaDataSetID = -1;
     EXPECT_EQ(package.hasIcaData4show(), 0);
     EXPECT_EQ(empty.getLongestChannelName(), u"None");

@@ -3,6 +3,8 @@
 // stays as it was, and what it leaves can be stored and loaded. The address sanitizer sees what would leak.
 #include "tests/Support.h"
 
+#include <icawave/PackageFile.h>
+
 using test::Bytes;
 using test::load;
 using test::stored;
@@ -26,6 +28,8 @@ struct Scene {
             second.m_projectData->m_prjName = u"a name of its own";
         }
         ui.messages.reserve(100);
+        icawave::PackageFile::save(packagePath, package);
+        file = test::contents(packagePath.utf8());
         ui.fileAnswers = {path()};
     }
     static CString path() {
@@ -38,6 +42,8 @@ struct Scene {
 
     CFaceIcazq package;
     icawave::ScriptedFrontEnd ui;
+    const CString packagePath = path() + ".icpkg";
+    Bytes file; // as it was saved
     const Bytes bytes = test::golden("package_several.bin");
     const test::Rows rows{{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, 4};
 };
@@ -80,6 +86,14 @@ std::int32_t loadPackage(Scene& s) {
     return archive.firstFault() ? 0 : result;
 }
 
+std::int32_t replaceFile(Scene& s) {
+    icawave::PackageFile opened(s.packagePath);
+    CFaceIcazq loaded;
+    const bool told = opened.load(loaded).size() + opened.check().size() > 0;
+    opened.replace(s.package);
+    return told ? 0 : 1;
+}
+
 // A matrix that finds no memory is left empty without a word.
 std::int32_t takeOver(Scene& s) {
     const std::int32_t result = s.dataSet().addIcaData(3, 3, 4, s.rows.get(), s.rows.get(), s.rows.get());
@@ -90,6 +104,7 @@ std::int32_t takeOver(Scene& s) {
 const Operation operations[] = {
     {"store", store},
     {"load", loadPackage},
+    {"package file", replaceFile},
     {"save .icd", [](Scene& s) { return s.dataSet().saveIcaDataStd(); }},
     {"open .icd", [](Scene& s) { return s.dataSet().openicaDataStd() && s.dataSet().m_chnlIcaData; }},
     {"addIcaData", takeOver},
@@ -133,6 +148,7 @@ TEST_P(Allocations, EveryFailureIsToldAndLeavesTheRestAsItWas) {
         }
         EXPECT_EQ(told || !s.ui.messages.empty(), reached) << n;
         EXPECT_TRUE(stored(*s.package.getIcaData(1)) == other) << n;
+        EXPECT_TRUE(test::contents(s.packagePath.utf8()) == s.file) << n;
         const Bytes left = stored(s.package);
         CFaceIcazq again;
         EXPECT_EQ(load(again, left).result, 1) << n;

@@ -110,70 +110,83 @@ void expectSame(double actual, double expected) {
     expectSame(Values{actual}, Values{expected});
 }
 
+// What one plain loop over an array finds.
+struct Plain {
+    explicit Plain(const Values& values) {
+        for (const double value : values)
+            range.take(value), sum += value, absolute += std::fabs(value), squares += value * value;
+        if (!values.empty()) n = static_cast<double>(values.size());
+    }
+    double sum = 0, absolute = 0, squares = 0, n = 1;
+    Range range;
+};
+
+// The first channel's range, then what the others' lie beyond it.
+void widen(Range& whole, const Range& own) {
+    if (!whole.any) whole = own, whole.any = true;
+    if (own.min < whole.min) whole.min = own.min;
+    if (own.max > whole.max) whole.max = own.max;
+}
+
+// Samples begin ... end as a data set counts them: those that a channel lacks are 0.0.
+Values counted(const Values& channel, std::int64_t begin, std::int64_t end) {
+    Values values;
+    for (std::int64_t i = begin; i <= end; ++i) values.push_back(at(channel, i));
+    return values;
+}
+
 TEST(Passes, RangesOfValuesAndMagnitudes) {
     forEachNasty([](CTrialIcaDatazq& d, const Channels& channels, std::int64_t total) {
-        double min = 9, max = 9;
-        Range whole, magnitudes;
-        double sum = 0.0;
-        for (const Values& channel : channels) {
-            Range own;
-            double ownSum = 0.0;
-            for (const double value : channel) own.take(value), ownSum += value;
-            if (!whole.any) whole = own, whole.any = true;
-            if (own.min < whole.min) whole.min = own.min;
-            if (own.max > whole.max) whole.max = own.max;
-            sum += ownSum;
-            for (std::int64_t i = 0; i < total && !channel.empty(); ++i)
-                magnitudes.take(std::fabs(at(channel, i)));
-        }
-        const std::int32_t inside = total > 0 ? 1 : 0;
-        EXPECT_EQ(d.getIcaDataRange(min, max, false, 0, 0), inside);
-        if (inside) {
+        double min = 9, max = 9, sum = 0;
+        Range whole;
+        for (const Values& channel : channels) widen(whole, Plain(channel).range), sum += Plain(channel).sum;
+        EXPECT_EQ(d.getIcaDataRange(min, max, false, 0, 0), total > 0 ? 1 : 0);
+        if (total > 0)
             expectSame({min, max, d.m_dataMin, d.m_dataMean},
                        {whole.min, whole.max, whole.min, sum / static_cast<double>(channels.size())});
-        }
-        EXPECT_EQ(d.getIcaAbsRange(min, max, true, false, 77, 77), 1);
-        expectSame({min, max, d.m_absMid},
-                   {magnitudes.min, magnitudes.max, (magnitudes.min + magnitudes.max) * 0.5});
-        for (const auto& [begin, end] :
-             {std::pair<std::int64_t, std::int64_t>{0, total - 1}, {1, total - 2}, {total - 1, total - 1}}) {
-            if (begin < 0 || end < 0 || begin >= total) continue;
-            Range part, partMagnitudes;
+        for (const auto& [begin, end, all] :
+             {std::tuple<std::int64_t, std::int64_t, bool>{0, total - 1, true},
+              {0, total - 1, false},
+              {1, total - 2, false},
+              {total - 1, total - 1, false}}) {
+            if (!all && (begin < 0 || end < 0 || begin >= total)) continue;
+            Range part, magnitudes;
             for (const Values& channel : channels) {
-                for (std::int64_t i = begin; i <= end; ++i) {
-                    part.take(at(channel, i));
-                    if (!channel.empty()) partMagnitudes.take(std::fabs(at(channel, i)));
+                for (const double value : counted(channel, begin, end)) {
+                    part.take(value);
+                    if (!channel.empty()) magnitudes.take(std::fabs(value));
                 }
+            }
+            EXPECT_EQ(d.getIcaAbsRange(min, max, all, !all, all ? 77 : begin, all ? 77 : end), 1);
+            expectSame({min, max}, {magnitudes.min, magnitudes.max});
+            if (all) {
+                expectSame(d.m_absMid, (magnitudes.min + magnitudes.max) * 0.5);
+                continue;
             }
             EXPECT_EQ(d.getIcaDataRange(min, max, true, begin, end), 1);
             expectSame({min, max}, {part.min, part.max});
-            EXPECT_EQ(d.getIcaAbsRange(min, max, false, true, begin, end), 1);
-            expectSame({min, max}, {partMagnitudes.min, partMagnitudes.max});
         }
     });
 }
 
 TEST(Passes, StatisticsAndTheChainOverEverything) {
     forEachNasty([](CTrialIcaDatazq& d, const Channels& channels, std::int64_t total) {
-        double means = 0, magnitudes = 0, roots = 0, chain = 0;
-        Range whole, counted;
+        double means = 0, magnitudes = 0, roots = 0;
+        Values all;
+        Range whole;
         const auto count = static_cast<double>(channels.size());
         for (const Values& channel : channels) {
-            Range own;
-            double sum = 0, absolute = 0, squares = 0;
-            for (const double value : channel)
-                own.take(value), sum += value, absolute += std::fabs(value), squares += value * value;
-            const double n = channel.empty() ? 1.0 : static_cast<double>(channel.size());
-            means += sum / n, magnitudes += absolute / n, roots += std::sqrt(squares / n);
-            if (!whole.any) whole = own, whole.any = true;
-            if (own.min < whole.min) whole.min = own.min;
-            if (own.max > whole.max) whole.max = own.max;
-            for (std::int64_t i = 0; i < total; ++i) chain += at(channel, i), counted.take(at(channel, i));
+            const Plain own(channel);
+            means += own.sum / own.n, magnitudes += own.absolute / own.n,
+                roots += std::sqrt(own.squares / own.n);
+            widen(whole, own.range);
+            for (const double value : counted(channel, 0, total - 1)) all.push_back(value);
         }
         EXPECT_EQ(d.checkDataRange(), total > 0 ? 1 : 0);
-        if (total > 0) {
-            expectSame({d.m_dataMin, d.m_dataMax, d.m_dataMean}, {counted.min, counted.max, chain / count});
-        }
+        const Plain chain(all);
+        if (total > 0)
+            expectSame({d.m_dataMin, d.m_dataMax, d.m_dataMean},
+                       {chain.range.min, chain.range.max, chain.sum / count});
         EXPECT_EQ(d.getStatistics(), CString::Format("%s Min: %f\tMean: %f Max: %f AbsSum: %f RmsSum: %f \n",
                                                      d.m_icaName, whole.min, means / count, whole.max,
                                                      magnitudes / count, std::sqrt(roots / count)));
@@ -185,32 +198,24 @@ TEST(Passes, NormalisationAndReductions) {
     forEachNasty([](CTrialIcaDatazq& d, const Channels& channels, std::int64_t total) {
         icawave::ScriptedFrontEnd ui;
         double squares = 0;
-        Values sums;
-        for (const Values& channel : channels) {
-            double own = 0, sum = 0;
-            for (std::int64_t i = 0; i < total; ++i)
-                own += at(channel, i) * at(channel, i), sum += at(channel, i);
-            squares += own;
-            sums.push_back(sum);
-        }
+        for (const Values& channel : channels) squares += Plain(counted(channel, 0, total - 1)).squares;
         const double rms = std::sqrt(squares / static_cast<double>(channels.size()));
         const bool divides = total > 0 && rms > 0;
         EXPECT_EQ(d.normRMS(), divides ? 1 : 0);
         EXPECT_EQ(ui.messages.size(), total > 0 && !divides ? 1u : 0u);
-        for (std::size_t k = 0; k < channels.size(); ++k) {
-            for (std::size_t i = 0; i < channels[k].size(); ++i) {
-                const bool divided = divides && static_cast<std::int64_t>(i) < total;
-                expectSame(d.m_chnlIcaData[k].m_data[i], divided ? channels[k][i] / rms : channels[k][i]);
-            }
-        }
         const test::DataSet fresh = dataSetFrom(channels, total), other = dataSetFrom(channels, total);
         EXPECT_EQ(fresh->sumDatSetSns(*other), 1);
         EXPECT_EQ(other->accumulateTime1(), total > 0 ? 1 : 0);
         for (std::size_t k = 0; k < channels.size(); ++k) {
-            for (std::size_t i = 0; i < channels[k].size(); ++i)
-                expectSame(fresh->m_chnlIcaData[k].m_data[i], channels[k][i] + channels[k][i]);
+            Values divided = channels[k], doubled = channels[k];
+            for (std::size_t i = 0; i < divided.size(); ++i) {
+                if (divides && static_cast<std::int64_t>(i) < total) divided[i] /= rms;
+                doubled[i] += channels[k][i];
+            }
+            expectSame(test::values(d.m_chnlIcaData[k]), divided);
+            expectSame(test::values(fresh->m_chnlIcaData[k]), doubled);
             if (total < 1) continue;
-            const double mean = sums[k] / static_cast<double>(total);
+            const double mean = Plain(counted(channels[k], 0, total - 1)).sum / static_cast<double>(total);
             expectSame({other->m_chnlIcaData[k].m_data[0], other->m_chnlIcaData[k].m_bkData[0]},
                        {mean, mean});
         }
@@ -220,36 +225,32 @@ TEST(Passes, NormalisationAndReductions) {
 TEST(Passes, StatisticsOfOneChannel) {
     for (const Channels& channels : nastyChannels()) {
         const Values& v = channels.back();
+        const Plain plain(v);
         CChnlIcaDatazq channel;
         channel.copy2Mtx(v.data(), static_cast<std::int64_t>(v.size()));
-        double min, mean, max, mean2, absMean, rms;
+        double min, mean, max, mean2, absMean, rms, fromFirst = v.empty() ? 0.0 : v[0];
+        for (std::size_t i = 1; i < v.size(); ++i) fromFirst += v[i];
         EXPECT_EQ(channel.getStatistic(min, mean, max, mean2, absMean, rms), 1);
-        if (v.empty()) {
-            EXPECT_EQ(min + mean + max + mean2 + absMean + rms, 0.0);
-            continue;
-        }
-        const auto n = static_cast<double>(v.size());
-        Range range;
-        double fromFirst = v[0], sum = 0, absolute = 0, squares = 0;
-        for (std::size_t i = 0; i < v.size(); ++i) {
-            range.take(v[i]);
-            if (i > 0) fromFirst += v[i];
-            sum += v[i], absolute += std::fabs(v[i]), squares += v[i] * v[i];
-        }
         expectSame({min, max, mean, mean2, absMean, rms},
-                   {range.min, range.max, fromFirst / n, sum / n, absolute / n, std::sqrt(squares / n)});
+                   {plain.range.min, plain.range.max, fromFirst / plain.n, plain.sum / plain.n,
+                    plain.absolute / plain.n, std::sqrt(plain.squares / plain.n)});
+        if (v.empty()) continue;
         EXPECT_EQ(channel.getDataRange(min, mean, max), 1);
-        const double extreme = std::fabs(range.max) > std::fabs(range.min) ? range.max : range.min;
+        const double extreme =
+            std::fabs(plain.range.max) > std::fabs(plain.range.min) ? plain.range.max : plain.range.min;
         expectSame({mean, channel.getValueMax(), channel.getSelectDataMean(-5, 99, 0),
                     channel.getSelectDataMean(-5, 99, 1)},
-                   {fromFirst / n, range.max, sum / n, extreme});
+                   {fromFirst / plain.n, plain.range.max, plain.sum / plain.n, extreme});
         double horner = v.back();
         for (std::size_t i = v.size() - 1; i-- > 0;) horner = horner * 0.5 + v[i];
         expectSame(channel.polynmlEval(0.5), horner);
-        const bool divides = !(absolute / n <= 0.0);
-        EXPECT_EQ(channel.normSumSqrt(), divides ? 1 : 0);
-        for (std::size_t i = 0; i < v.size(); ++i)
-            expectSame(channel.m_data[i], divides ? v[i] / (absolute / n) : v[i]);
+        const double divisor = plain.absolute / plain.n;
+        EXPECT_EQ(channel.normSumSqrt(), divisor <= 0.0 ? 0 : 1);
+        Values divided = v;
+        if (!(divisor <= 0.0)) {
+            for (double& value : divided) value /= divisor;
+        }
+        expectSame(test::values(channel), divided);
     }
 }
 

@@ -1,13 +1,9 @@
 """The command line: test_cli.py ICAWAVE GOLDEN_DIR"""
 import csv
 import json
-import os
 import pathlib
 import re
-import resource
 import shutil
-import signal
-import stat
 import subprocess
 import sys
 import tempfile
@@ -83,24 +79,6 @@ class Records(Case):
                 else:
                     size = file.stat().st_size
                     self.assertIn(f", {size} bytes, no fault found", self.good("check", file))
-
-    def test_check_names_the_place_of_the_first_fault(self):
-        package = sorted((c for c in CASES if c["group"] == "valid" and c["kind"] == "package"),
-                         key=lambda c: -(GOLDEN / c["file"]).stat().st_size)[0]
-        whole = (GOLDEN / package["file"]).read_bytes()
-        keyword = "WAVEICADATA".encode("utf-16-le")
-        places = [m.start() for m in re.finditer(re.escape(keyword), whole)]
-        broken = bytearray(whole)
-        broken[places[1]] ^= 1
-        table = [(whole[:-1], r"the package's own fields are lost at byte \d+ in FACEICA"),
-                 (bytes(broken), rf"Unknown MMatrix1D file! at byte {places[1] - 4} in FACEICA, TRIALICADATA 0, "
-                                 "WAVEICADATA 1"),
-                 (whole[2:], r"beginning is damaged at byte 0 in FACEICA"), (b"", "neither a package")]
-        for content, pattern in table:
-            (self.folder / "f").write_bytes(content)
-            self.bad(pattern, "check", "f")
-        (self.folder / "f").write_bytes(whole + b"more")
-        self.assertIn("; 4 bytes behind the record", self.good("check", "f"))
 
 
 def small_set(**changes):
@@ -245,17 +223,6 @@ class Tables(Case):
         self.good("export", "v.icd", "-o", "again.icd")
         self.assertEqual((self.folder / "again.icd").read_bytes(), (self.folder / "v.icd").read_bytes())
 
-    def test_export_reads_missing_samples_as_the_library_does(self):
-        """One channel shorter than the data set, and a stated count far beyond all channels."""
-        self.good("export", "p.icpkg", "-d", 0, "-o", "v.icd")
-        record = (self.folder / "v.icd").read_bytes()
-        counts = len("TRIALICADATA") * 2 + 4 + 4 + 4  # the text with its prefix, version and one integer
-        huge = record[:counts] + (2**62).to_bytes(8, "little") + record[counts + 8:]
-        (self.folder / "huge.icd").write_bytes(huge)
-        self.good("export", "huge.icd", "-o", "v.npy")
-        self.assertEqual(np.load(self.folder / "v.npy").shape, (2, 5))
-        self.assertIn(" 5 ", self.bad("Ic data points error!", "list", "huge.icd"))
-
     def test_norm_and_sum(self):
         before = np.load(self.export("p.icpkg", 1))
         rms = np.sqrt((before**2).sum() / 2)
@@ -299,25 +266,6 @@ class Tables(Case):
         closed = subprocess.run(f"'{ICAWAVE}' list '{self.folder}/p.icpkg' >&-", shell=True, stderr=subprocess.PIPE)
         for done in (failed, closed):
             self.assertEqual((done.returncode, done.stderr), (1, b"icawave: standard output: cannot be written\n"))
-
-    def test_saving_replaces_a_file_only_when_it_is_complete(self):
-        old, link = self.folder / "old", self.folder / "link"
-        old.write_bytes(b"old")
-        old.chmod(0o640)
-        link.symlink_to("old")
-
-        def small_files_only():
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-            resource.setrlimit(resource.RLIMIT_FSIZE, (500, 500))
-
-        done = self.run_it("copy", "p.icpkg", "old", preexec_fn=small_files_only)
-        self.assertEqual((done.returncode, old.read_bytes()), (1, b"old"))
-        self.assertEqual(len(list(self.folder.iterdir())), 4)
-        self.good("copy", "p.icpkg", "link")
-        self.assertTrue(link.is_symlink())
-        self.assertEqual(stat.S_IMODE(old.stat().st_mode), 0o640)
-        self.good("copy", "old", "old")
-        self.assertEqual(old.read_bytes(), (self.folder / "p.icpkg").read_bytes())
 
 
 class Packages(Case):

@@ -5,12 +5,10 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 
 #include <ctime>
 
@@ -159,21 +157,6 @@ TEST_F(RealWindows, NoExceptionUnwindsThroughTheEventLoop) {
     EXPECT_EQ(frontEnd.texts.back(), "out of paper");
     EXPECT_TRUE(widget().isVisible());
     package.reset();
-}
-
-TEST_F(RealWindows, TheWaitCursorIsNestedAndNotOverAMessage) {
-    {
-        const CWaitCursor outer;
-        { const CWaitCursor inner; }
-        ASSERT_NE(QApplication::overrideCursor(), nullptr);
-        EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
-        Qt::CursorShape over = Qt::WaitCursor;
-        QTimer::singleShot(0, [&] { over = QApplication::overrideCursor()->shape(); });
-        AfxMessageBox(u"a message without any window");
-        EXPECT_EQ(over, Qt::ArrowCursor);
-    }
-    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-    EXPECT_EQ(user.takeMessages(), std::vector<CString>{"a message without any window"});
 }
 
 TEST_F(RealWindows, TenThousandDataSetsAreRefreshedWithoutAPause) {
