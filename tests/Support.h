@@ -111,28 +111,6 @@ Outcome load(T& object, const Bytes& bytes, std::int32_t bufferSize = 4096) {
     return outcome;
 }
 
-// A file whose n-th operation (reads, writes and flushes, counted from 0) and all later ones fail as on a
-// full disk.
-class FailingFile : public CMemFile {
-public:
-    explicit FailingFile(int operations) : m_left(operations) {}
-    std::int64_t Read(void* buffer, std::int64_t count) override {
-        use();
-        return CMemFile::Read(buffer, count);
-    }
-    void Write(const void* buffer, std::int64_t count) override {
-        use();
-        CMemFile::Write(buffer, count);
-    }
-    void Flush() override { use(); }
-
-private:
-    void use() {
-        if (m_left-- <= 0) AfxThrowFileException(CFileException::diskFull);
-    }
-    int m_left;
-};
-
 // Owns a data set as a package does.
 struct DestroyDataSet {
     void operator()(CTrialIcaDatazq* dataSet) const {

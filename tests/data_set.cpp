@@ -12,21 +12,6 @@ using test::Values;
 
 namespace {
 
-TEST(DataSet, NamesTheFourthInfoIntegerTwice) {
-    CTrialIcaDatazq dataSet;
-    dataSet.m_chnlTypeID = 2;
-    EXPECT_EQ(dataSet.m_icaInfo[3], 2);
-    dataSet.m_icaInfo[3] = 1;
-    const CTrialIcaDatazq copy = dataSet;
-    EXPECT_EQ(copy.m_chnlTypeID, 1);
-    CTrialIcaDatazq assigned;
-    assigned = dataSet;
-    assigned.m_chnlTypeID = 7;
-    EXPECT_EQ(assigned.m_icaInfo[3], 7);
-    EXPECT_EQ(dataSet.m_icaInfo[3], 1);
-    EXPECT_EQ(assigned.m_icaInfo[2] + assigned.m_icaInfo[4], 0);
-}
-
 TEST(DataSet, SizingKeepsOrRebuildsTheChannels) {
     DataSet dataSet = newDataSet();
     EXPECT_EQ(dataSet->m_selectEnd, 1);
@@ -44,21 +29,6 @@ TEST(DataSet, SizingKeepsOrRebuildsTheChannels) {
     EXPECT_EQ(dataSet->m_chnlIcaData[2].getSize(), 50);
     EXPECT_EQ((Results{dataSet->checkInitSnsIcaData(0, 50, true), dataSet->m_totalSample}), (Results{0, 0}));
     EXPECT_EQ(dataSet->m_chnlIcaData, nullptr);
-}
-
-// Counts without an array, as a file may bring them, and an array that holds other sizes than the data set
-// says.
-TEST(DataSet, SizingRepairsWhatAFileLeftInconsistent) {
-    DataSet dataSet = newDataSet();
-    dataSet->m_chnlTotal = 2;
-    dataSet->m_totalSample = 4;
-    dataSet->m_selectBegin = 2;
-    dataSet->m_selectEnd = 3;
-    EXPECT_EQ(dataSet->checkInitSnsIcaData(2, 4, true), 1);
-    EXPECT_EQ((Results{dataSet->m_selectBegin, dataSet->m_selectEnd}), (Results{0, 3}));
-    dataSet->m_chnlIcaData[1].resize(9);
-    EXPECT_EQ(dataSet->checkInitSnsIcaData(2, 4, true), 1);
-    EXPECT_EQ(dataSet->m_chnlIcaData[1].getSize(), 4);
 }
 
 TEST(DataSet, TakesOverADecomposition) {

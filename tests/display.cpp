@@ -10,26 +10,6 @@ using test::Values;
 
 namespace {
 
-TEST(ChannelStatistics, AnswerWithoutValues) {
-    CChnlIcaDatazq channel;
-    double min = 1, mean = 1, max = 1, mean2 = 1, absMean = 1, rms = 1;
-    EXPECT_EQ(channel.getStatistic(min, mean, max, mean2, absMean, rms), 0);
-    EXPECT_EQ(min + mean + max + mean2 + absMean + rms, 0.0);
-    EXPECT_EQ(channel.getDataRange(min, mean, max), 0);
-    EXPECT_EQ(channel.getValueMax() + channel.polynmlEval(2) + channel.getSelectDataMean(0, 0, 1), 0.0);
-    EXPECT_EQ(channel.allValueNonZero() + channel.normSumSqrt(), 0);
-    channel.checkInitData(0, true);
-    EXPECT_EQ(channel.getDataRange(min, mean, max), 1) << "a buffer that counts no values";
-    const double values[] = {1, 2, 3, -0.0};
-    channel.copy2Mtx(values, 3);
-    EXPECT_EQ(channel.allValueNonZero(), 1);
-    EXPECT_EQ((Values{channel.getSelectDataMean(2, 1, 0), channel.getSelectDataMean(2, 1, 1),
-                      channel.getSelectDataMean(12, 40, 0), channel.getSelectDataMean(0, 2, 2)}),
-              (Values{0, 3, 3, 0}));
-    channel.copy2Mtx(values, 4);
-    EXPECT_EQ(channel.allValueNonZero(), 0) << "a negative zero is zero";
-}
-
 TEST(Display, SelectionStepsStopOrWrapAtTheEnds) {
     struct Case {
         std::int64_t total, begin, end;
@@ -238,24 +218,6 @@ TEST_F(PackageDisplay, SumsIntoTheDataSetAskedFor) {
     EXPECT_EQ((Results{package.accumulateTrlCoh(package.getIcaData(3)),
                        package.accumulateTrlCoh(package.getIcaData(3)), package.accumulateTrlCoh(nullptr)}),
               (Results{1, 0, 0}));
-}
-
-TEST_F(PackageDisplay, RangesMatchByLength) {
-    icawave::ScriptedFrontEnd ui;
-    struct Case {
-        std::int64_t begin1, end1, begin2, end2;
-        int result, messages;
-    };
-    for (Case c : {Case{10, 20, 30, 40, 1, 0},
-                   {10, 20, 30, 35, 0, 0},
-                   {20, 10, 40, 35, 0, 1},
-                   {20, 10, 40, 30, 1, 1},
-                   {5, 5, 9, 8, 0, 2},
-                   {5, 5, 8, 9, 0, 2}}) {
-        EXPECT_EQ(package.matchAtiveControl(c.begin1, c.end1, c.begin2, c.end2), c.result);
-        EXPECT_EQ(static_cast<int>(ui.messages.size()), c.messages);
-    }
-    EXPECT_EQ(ui.messages[0], "The selected data range is wrong!");
 }
 
 TEST_F(PackageDisplay, RepaintsRegisteredViewers) {

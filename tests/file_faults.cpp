@@ -186,23 +186,7 @@ TEST_F(FileFaults, AKilledSaveLeavesOneOfTheTwoVersions) {
     EXPECT_GT(killedInside, 10);
 }
 
-// A file of one record: what stands before the repeated bytes, and how often they are repeated.
-struct Hostile {
-    const char* name;
-    std::function<void(CArchive&, std::int32_t)> head;
-    Bytes repeated;
-    std::int32_t times;
-
-    Bytes bytes() const {
-        CMemFile file;
-        CArchive archive(&file, CArchive::store);
-        head(archive, times);
-        for (std::int32_t k = 0; k < times; ++k) archive.Write(repeated.data(), std::ssize(repeated));
-        archive.Close();
-        return test::contents(file);
-    }
-};
-
+// What stands before the repeated bytes of a hostile package.
 void packageHead(CArchive& archive, std::int32_t slots) {
     archive << CString("FACEICA") << std::int32_t{20161108} << std::int32_t{0} << slots;
 }
@@ -210,8 +194,8 @@ void packageHead(CArchive& archive, std::int32_t slots) {
 void channelsHead(CArchive& archive, std::int32_t channels) {
     packageHead(archive, 1);
     archive << std::int32_t{1} << CString("TRIALICADATA") << std::int32_t{20160311} << std::int32_t{0};
-    for (int k = 0; k < 4; ++k) archive << std::int64_t{0};
-    archive << std::int64_t{channels} << std::int32_t{1};
+    for (const std::int64_t field : {0, 0, 0, 0, channels}) archive << field;
+    archive << std::int32_t{1};
 }
 
 void itemsHead(CArchive& archive, std::int32_t items) {
@@ -226,6 +210,23 @@ void nameHead(CArchive& archive, std::int32_t characters) {
     packageHead(archive, 0);
     archive << std::int32_t{0} << std::uint8_t{0xFF} << std::uint8_t{0xFF} << std::uint8_t{0xFF}
             << characters;
+}
+
+struct Hostile {
+    const char* name;
+    std::function<void(CArchive&, std::int32_t)> head;
+    Bytes repeated;
+    std::int32_t times;
+};
+
+Bytes bytesOf(const Hostile& hostile) {
+    CMemFile file;
+    CArchive archive(&file, CArchive::store);
+    hostile.head(archive, hostile.times);
+    for (std::int32_t k = 0; k < hostile.times; ++k)
+        archive.Write(hostile.repeated.data(), std::ssize(hostile.repeated));
+    archive.Close();
+    return test::contents(file);
 }
 
 class CountMessages : public UiFrontEnd {
@@ -259,7 +260,7 @@ TEST(FileCost, GrowsWithTheFileAndWithNothingElse) {
         {"a long narrow name", nameHead, Bytes(1), 4'000'000},
         {"a whole package", [&](CArchive& archive, std::int32_t) { large.serialize(archive); }, {}, 0}};
     for (const Hostile& file : files) {
-        const Bytes bytes = file.bytes();
+        const Bytes bytes = bytesOf(file);
         CountMessages messages;
         bool sound = false;
         const auto begin = std::chrono::steady_clock::now();

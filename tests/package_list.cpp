@@ -27,20 +27,6 @@ std::string namesOf(CFaceIcazq& package) {
     return names;
 }
 
-TEST(Package, EmptyHasItsOwnAnswers) {
-    CFaceIcazq package;
-    EXPECT_EQ((Results{package.getCurntIcaDataSetID(), package.getIcaListID(5), package.hasCohTimeData4Show(),
-                       package.getIcaDataPkgShow()}),
-              (Results{0, -1, 0, 0}));
-    EXPECT_EQ(package.getTrlIcaDataAny(), nullptr);
-    EXPECT_EQ(package.getIcaData(0), nullptr);
-    EXPECT_EQ(package.getIcaDataPkgName() + package.m_pkgInfo, u"SnsCohFaceUnknown");
-    package.m_curntIcaDataSetID = 5;
-    EXPECT_EQ((Results{package.setCurrentIca(3), package.m_curntIcaDataSetID, package.setCurntIcaDataSetID(3),
-                       package.m_curntIcaDataSetID, package.deleteIca(-1)}),
-              (Results{0, 0, -1, -1, 0}));
-}
-
 TEST(Package, MovesTheCurrentIndexInsideTheList) {
     const auto package = packageOf("ABC");
     EXPECT_EQ(

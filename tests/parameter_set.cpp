@@ -68,18 +68,4 @@ TEST(Matrix, CopiesItsOwnRows) {
     EXPECT_EQ(matrix.copyAmxn(rows.get(), std::int64_t{1} << 62, std::int64_t{1} << 62), 0);
 }
 
-// 2 x 3, with a value whose bits must not change.
-TEST(Matrix, IsStoredRowByRow) {
-    CMMatrix2Dzq matrix;
-    const Rows rows({1, 2, 3, -0.0, 5, 6}, 3);
-    matrix.copyAmxn(rows.get(), 2, 3);
-    const test::Bytes bytes = test::stored(matrix);
-    ASSERT_EQ(bytes.size(), 4 + 18 + 4 + 8 + 8 + 48u);
-    EXPECT_EQ(std::memcmp(bytes.data() + 42, rows.get()[0], 48), 0);
-    CMMatrix2Dzq loaded;
-    loaded.copyAmxn(rows.get(), 1, 1);
-    EXPECT_EQ(test::load(loaded, bytes).result, 1);
-    EXPECT_EQ(test::stored(loaded), bytes);
-}
-
 } // namespace

@@ -79,22 +79,6 @@ TEST(FullDisk, IsAnExceptionFromTheOutermostFlushOrCloseOnce) {
     EXPECT_EQ(ui.messages.size(), 1u) << "a destructor cannot raise it";
 }
 
-TEST(MemoryFile, GrowsOverGapsAndAViewRefusesWrites) {
-    CMemFile file;
-    file.Seek(3, CFile::begin);
-    file.Write("ab", 2);
-    EXPECT_EQ(file.GetLength(), 5);
-    EXPECT_EQ(file.bytes()[0], std::byte{0});
-    EXPECT_THROW(file.Seek(-6, CFile::end), CFileException);
-    EXPECT_EQ(file.Seek(-1, CFile::end), 4);
-    char buffer[4];
-    EXPECT_EQ(file.Read(buffer, 4), 1);
-    CMemFile view("xyz", 3);
-    EXPECT_THROW(view.Write("a", 1), CFileException);
-    view.Seek(10, CFile::begin);
-    EXPECT_EQ(view.Read(buffer, 4), 0);
-}
-
 TEST(Modules, AreSearchedFromTheNewestToTheOldestWhileTheyAreLinked) {
     const int first = 1, second = 2;
     const icawave::Resource oldResources[] = {{icawave::ResourceKind::menu, 7, &first},

@@ -44,20 +44,6 @@ TEST(Text, FormatsLikeTheDisplayNeedsIt) {
     std::setlocale(LC_ALL, "C");
 }
 
-TEST(Text, ComparesUnitByUnitAndSharesNothingThatChanges) {
-    CString a = u"icd";
-    const CString b = a;
-    a += u".bak";
-    EXPECT_EQ(b, u"icd");
-    EXPECT_EQ(a, "icd.bak");
-    EXPECT_LT(CString(u"A").Compare(u"a"), 0);
-    EXPECT_EQ(CString(u"x.icd.bak").Find(u".icd"), 1);
-    EXPECT_EQ(CString(u"x.ICD").Find(u".icd"), -1);
-    EXPECT_EQ(CString(u"x").Find(u""), 0);
-    EXPECT_NE(CString(std::u16string_view(u"FACEICA\0", 8)), u"FACEICA");
-    EXPECT_TRUE(CString(static_cast<const char*>(nullptr)).IsEmpty());
-}
-
 TEST(Arrays, RefuseIndicesOutside) {
     CUIntArray list;
     for (std::uint32_t k = 0; k < 3; ++k) EXPECT_EQ(list.Add(10 * k), k);

@@ -144,7 +144,6 @@ void QtUser::answer(QWidget& modal) {
 
 void QtUser::answer(QFileDialog& dialog) {
     if (!dialog.isVisible()) return;
-    fileFilters = dialog.nameFilters();
     const std::optional<CString> path = m_files.empty() ? std::nullopt : m_files.front();
     m_files.clear();
     if (!path) return QTest::keyClick(&dialog, Qt::Key_Escape);

@@ -34,7 +34,6 @@ public:
     void menuKey(CListCtrl& list); // then as with the right button
     void chooseNext(std::int32_t command) { m_command = command; }
     std::vector<icawave::MenuItem> takeMenu() { return std::exchange(m_menu, {}); }
-    QStringList fileFilters; // of the last file dialog
 
     static QWidget& widget(const CWnd& dialog); // the real one, which must be there
     template <class Widget>

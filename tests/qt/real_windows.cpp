@@ -7,7 +7,6 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <ctime>
@@ -123,23 +122,6 @@ TEST_F(RealWindows, RowsAreSelectedByKeyboard) {
     EXPECT_EQ(user.takeMenu().size(), 6u);
     EXPECT_FALSE(package->getIcaData(0)->m_icaShow);
     EXPECT_EQ(keys({}), "");
-}
-
-TEST_F(RealWindows, TheFileDialogAsksAsTheLibraryDoes) {
-    show(1);
-    const QTemporaryDir folder;
-    const std::string path = folder.filePath(QStringLiteral("a.icd")).toStdString();
-    user.answerNextFileDialog(path);
-    user.click(dialog(), 32771);
-    EXPECT_EQ(user.fileFilters,
-              (QStringList{QStringLiteral("ICA Data (*.icd)"), QStringLiteral("All Files (*)")}));
-    EXPECT_TRUE(user.takeMessages().empty());
-    user.answerNextFileDialog(path);
-    user.click(dialog(), 32771);
-    EXPECT_EQ(user.takeMessages().size(), 2u) << "replace it? No. Then nothing was saved";
-    user.answerNextFileDialog(path + "missing");
-    user.click(dialog(), 32772);
-    EXPECT_EQ(user.takeMessages().size(), 2u) << "no such file; then nothing was opened";
 }
 
 // An exception of the host's that is none of the library's, out of a handler.
