@@ -80,16 +80,17 @@ std::int32_t CListIcaWaveDataset::addIcaDataRow(std::int32_t index) {
         InsertItem(index, dataSet->m_icaName, dataSet->m_icaShow ? imageShown : imageHidden);
     if (row < 0) return 0;
     dataSet->m_listID = row;
+    static const CString number64 = u"%I64d", number = u"%d", front = u"Front", back = u"Back";
     const CString samples =
-        CString::Format(u"%I64d", dataSet->getTotalSample()); // clamps m_selectIca, which is shown next
+        CString::Format(number64, dataSet->getTotalSample()); // clamps m_selectIca, which is shown next
     const CString cells[] = {
         samples,
-        CString::Format(u"%d", dataSet->m_chnlTotal),
-        CString::Format(u"%d", dataSet->m_selectIca),
-        CString::Format(u"%d", dataSet->m_icaClass),
-        CString::Format(u"%d", dataSet->m_selectBegin),
-        CString::Format(u"%d", dataSet->m_selectEnd),
-        id == m_facePkg->m_curntIcaDataSetID ? u"Front" : u"Back",
+        CString::Format(number, dataSet->m_chnlTotal),
+        CString::Format(number, dataSet->m_selectIca),
+        CString::Format(number, dataSet->m_icaClass),
+        CString::Format(number, dataSet->m_selectBegin),
+        CString::Format(number, dataSet->m_selectEnd),
+        id == m_facePkg->m_curntIcaDataSetID ? front : back,
     };
     std::int32_t column = 1;
     for (const CString& cell : cells) {
