@@ -8,7 +8,6 @@
 
 #include "platform/Alloc.h"
 #include "platform/Closing.h"
-#include "platform/MemoryAhead.h"
 
 #include <algorithm>
 #include <bit>
@@ -24,7 +23,6 @@ constexpr std::int64_t allowance = std::int64_t{1}
 #else
 constexpr std::int64_t allowance = std::int64_t{64} << 20;
 #endif
-constexpr std::int64_t worthPreparing = 256 * 1024; // bytes of blocks
 constexpr std::uint32_t arithmeticOverflow = 0x80070216;
 constexpr std::int64_t textPiece = 32768; // code units of a text read at once
 
@@ -137,12 +135,6 @@ bool CArchive::grants(std::int64_t count, std::int64_t elementBytes, std::int64_
     if (beyond > m_allowance / elementBytes) return false;
     m_allowance -= beyond * elementBytes;
     return true;
-}
-
-void CArchive::expectBlocks() {
-    if (std::exchange(m_memoryPrepared, true)) return;
-    const std::int64_t bytes = remainingBytes();
-    if (bytes >= worthPreparing) icawave::prepareMemory(bytes);
 }
 
 std::int64_t CArchive::remainingBytes() {

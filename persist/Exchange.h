@@ -44,10 +44,12 @@ inline std::int32_t finishRecord(CArchive& archive, std::int32_t result) {
 // Asks for the memory behind a new buffer, which most likely is the next one's: a load of 64,000 channels x
 // 384 values takes 43 instead of 52 ms.
 inline void foreseeNext(const double* buffer, std::int64_t size) {
-    constexpr std::int64_t line = 8, most = 512; // values
+    constexpr std::uintptr_t line = 64, most = 4096; // bytes
     constexpr int forWriting = 1, secondLevel = 2;
-    for (std::int64_t k = 0; k < std::min(size, most); k += line)
-        __builtin_prefetch(buffer + size + k, forWriting, secondLevel);
+    const auto begin = reinterpret_cast<std::uintptr_t>(buffer + size);
+    const std::uintptr_t bytes = std::min(static_cast<std::uintptr_t>(size) * sizeof(double), most);
+    for (std::uintptr_t k = 0; k < bytes; k += line)
+        __builtin_prefetch(reinterpret_cast<const void*>(begin + k), forWriting, secondLevel);
 }
 
 // A buffer of values and its presence flag. Its count stands elsewhere in the record.
@@ -61,10 +63,7 @@ inline bool loadBlock(CArchive& archive, std::int64_t& size, double*& values, bo
     std::int32_t flag = 0;
     archive >> flag;
     if (flag == 0 || size < 1) return true;
-    if (archive.grants(size, sizeof(double), sizeof(double))) {
-        archive.expectBlocks();
-        values = newArray<double>(size);
-    }
+    values = archive.grants(size, sizeof(double), sizeof(double)) ? newArray<double>(size) : nullptr;
     if (!values) {
         size = 0;
         return archive.reject("Not enough memory!") != 0;

@@ -6,6 +6,7 @@
 #include "package/DataSetOwner.h"
 #include "persist/Exchange.h"
 #include "persist/Storable.h"
+#include "platform/MemoryAhead.h"
 
 using icawave::exchange;
 
@@ -39,7 +40,10 @@ std::int32_t CFaceIca09File::serialize20161108(CArchive& archive) {
 }
 
 std::int32_t CFaceIca09File::_01SerializeIcaDataPA(CArchive& archive) {
-    if (archive.IsLoading()) cleanIcaFace();
+    if (archive.IsLoading()) {
+        cleanIcaFace();
+        icawave::prepareMemory(archive.remainingBytes());
+    }
     std::int32_t slots = count();
     exchange(archive, m_curntIcaDataSetID, slots);
     for (std::int32_t k = 0; k < slots; ++k) {

@@ -4,6 +4,8 @@
 #include <icawave/platform/Dialog.h>
 #include <icawave/platform/Message.h>
 
+#include "platform/MemoryAhead.h"
+
 namespace {
 
 constexpr const char16_t* filter = u"ICA Data(*.icd)|*.icd|All Files(*.*)|*.*||";
@@ -20,6 +22,7 @@ std::int32_t CTrialIcaData09File::openicaDataStd() {
     if (!dialog.DoModal()) return 0;
     CFile file;
     if (!file.Open(dialog.GetPathName(), CFile::modeRead)) return 0;
+    icawave::prepareMemory(file.GetLength());
     CArchive archive(&file, CArchive::load, bufferSize);
     serialize(archive);
     archive.Close();

@@ -3,6 +3,7 @@
 #include "package/DataSetOwner.h"
 #include "persist/Crc32c.h"
 #include "platform/Alloc.h"
+#include "platform/MemoryAhead.h"
 
 #include <algorithm>
 
@@ -55,7 +56,8 @@ PackageFile::Contents::Contents(const CString& path, const std::string& name,
 
 std::optional<ArchiveFault> PackageFile::Contents::read(std::int64_t number, CTrialIcaDatazq& dataSet) const {
     const PackageEntry& row = entry(number);
-    WholePart part(file, row.offset, row.offset + row.length);
+    prepareMemory(row.length);
+    FilePart part(file, row.offset, row.offset + row.length);
     std::int64_t length = 0;
     std::optional<ArchiveFault> fault = loadDataSet(part, number, dataSet, length);
     const auto wrongBytes = compare(row.offset, dataSetRecord(number), row.checksum, [&] {

@@ -82,18 +82,6 @@ private:
     std::uint32_t m_checksum = 0;
 };
 
-// The same for a part that is going to be read to its end: in large pieces.
-class WholePart : public FilePart {
-public:
-    using FilePart::FilePart;
-
-    std::int64_t Read(void* buffer, std::int64_t count) override { return CFile::Read(buffer, count); }
-    std::int64_t GetPosition() const override { return CFile::GetPosition(); }
-
-private:
-    std::int64_t readSome(void* buffer, std::int64_t count) override { return FilePart::Read(buffer, count); }
-};
-
 // Passes what is written to another file on, counting and checking it.
 class ChecksumFile : public CFile {
 public:

@@ -16,8 +16,9 @@ namespace {
 // Small pieces are gathered to blocks of this size; measured, larger ones gain nothing.
 constexpr std::int64_t bufferSize = 256 * 1024;
 
-// What a new file is going to need is reserved in steps of this size, which is given back when the file is
-// closed: 45 instead of 61 ms for 200 MB.
+// What a new file is going to need is reserved in steps of this size, and what is too much given back when
+// the file is closed: a package is stored at 0.85 of the speed of plain writing instead of 0.62 (64 channels
+// x 2,000 samples).
 constexpr std::int64_t reservedStep = 8 << 20;
 
 // Less goes to buffers like an archive's, out of which it is taken at once.
@@ -93,14 +94,12 @@ std::int64_t CFile::Read(void* buffer, std::int64_t count) {
         } else if (count - done >= bufferSize) {
             const std::int64_t piece = readSome(to + done, count - done);
             if (piece == 0) break;
-            m_position += piece;
             done += piece;
         } else {
             allocateBuffer();
             m_next = m_filled = 0;
             m_filled = readSome(m_buffer.get(), bufferSize);
             if (m_filled == 0) break;
-            m_position += m_filled;
         }
     }
     return done;
@@ -171,6 +170,7 @@ std::int64_t CFile::readSome(void* buffer, std::int64_t count) {
         got = ::read(m_descriptor, buffer, static_cast<std::size_t>(std::min(count, largestTransfer)));
     } while (got < 0 && errno == EINTR);
     if (got < 0) raise(errno);
+    m_position += got;
     return got;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <sys/mman.h>
 
@@ -16,8 +17,20 @@ constexpr std::size_t pieceBytes = 64 * 1024; // below what malloc asks the syst
 constexpr std::size_t mostPieces = 4096;
 constexpr std::uintptr_t pageBytes = 4096;
 
-// The highest end of what was prepared.
-std::atomic<void*> heldEnd = nullptr;
+constexpr std::int64_t worthPreparing = 256 * 1024;
+
+// The highest piece of what was prepared, as long as the library is loaded.
+struct HeldPiece {
+    ~HeldPiece() { std::free(reinterpret_cast<void*>(address.load())); }
+    // Keeps the higher one of the two and frees the other.
+    void replace(std::uintptr_t piece) noexcept {
+        std::uintptr_t held = address.load();
+        while (held < piece && !address.compare_exchange_weak(held, piece)) {
+        }
+        std::free(reinterpret_cast<void*>(std::min(held, piece)));
+    }
+    std::atomic<std::uintptr_t> address = 0;
+} heldPiece;
 
 bool isThere(std::uintptr_t piece) noexcept {
     unsigned char pages = 0;
@@ -35,6 +48,7 @@ void populate(std::uintptr_t begin, std::uintptr_t end) noexcept {
 } // namespace
 
 void prepareMemory(std::int64_t bytes) noexcept {
+    if (bytes < worthPreparing) return;
     std::array<void*, mostPieces> pieces;
     const std::size_t wanted = std::min(static_cast<std::size_t>(bytes) / pieceBytes + 1, mostPieces);
     std::size_t count = 0;
@@ -53,10 +67,7 @@ void prepareMemory(std::int64_t bytes) noexcept {
     }
     if (end) populate(begin, end);
     for (std::size_t k = 0; k + 1 < count; ++k) std::free(pieces[k]);
-    void* held = heldEnd.load();
-    while (held < pieces[count - 1] && !heldEnd.compare_exchange_weak(held, pieces[count - 1])) {
-    }
-    std::free(held < pieces[count - 1] ? held : pieces[count - 1]);
+    heldPiece.replace(reinterpret_cast<std::uintptr_t>(pieces[count - 1]));
 }
 
 #else

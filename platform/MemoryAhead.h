@@ -10,8 +10,9 @@ namespace icawave {
 //
 // This has the heap grow by what `bytes` lack (at most 256 MiB are looked at), has the system provide the
 // pages in one call, in huge ones where it can, and frees them: allocations that follow are cut from them,
-// each one of its own. One small block at their end stays allocated, so that what is released later is there
-// for the next load; malloc_trim gives it to the system. Without the GNU C library nothing happens.
+// each one of its own. The last 64 KiB stay allocated, so that what is released before them is there for the
+// next load; malloc_trim gives it to the system. Less than 256 KiB is not worth it. Without the GNU C library
+// nothing happens.
 void prepareMemory(std::int64_t bytes) noexcept;
 
 } // namespace icawave

@@ -101,9 +101,6 @@ public:
     // drawn from one allowance of 64 MiB an archive. So a truncated file keeps what was read, and no count in
     // a file costs memory that the file's size does not justify.
     bool grants(std::int64_t count, std::int64_t elementBytes, std::int64_t storedBytes);
-    // Says that blocks follow, for which memory is going to be allocated: as much as the file still has is
-    // got ready at once.
-    void expectBlocks();
     std::int64_t remainingBytes(); // from here to the end of the file
 
     std::int64_t offset() const noexcept { return m_offset; } // bytes loaded or stored so far
@@ -168,7 +165,6 @@ private:
     std::int64_t m_valueOffset = 0; // where the value loaded last began
     std::int64_t m_fileLength = -1; // -1: not asked yet
     std::int64_t m_allowance;
-    bool m_memoryPrepared = false;
     std::array<Level, 8> m_levels{}; // [0] is the stream itself; records nest five deep
     std::int32_t m_depth = 0;
     std::optional<icawave::ArchiveFault> m_fault;

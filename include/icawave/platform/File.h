@@ -47,13 +47,9 @@ public:
     virtual std::int64_t GetLength() const; // what is still buffered for writing included
     virtual void Close();                   // flushes; the object is closed also when that fails
 
-protected:
-    // Reads what comes next, at least a byte unless the file has ended. Read calls it with pieces of 256 KiB
-    // and more.
-    virtual std::int64_t readSome(void* buffer, std::int64_t count);
-
 private:
     [[noreturn]] void raise(int systemError) const;
+    std::int64_t readSome(void* buffer, std::int64_t count);
     void writeAll(const std::byte* bytes, std::int64_t count);
     void allocateBuffer();
     void releaseReserved() noexcept;
