@@ -1,6 +1,6 @@
 """What Python's own ways of keeping the same values reach beside the same limits: peers.py [WORKLOAD...]
 
-Each is the median of 5 pairs, limit / operation: writing beside write() of the same bytes in 1 MiB pieces to a new file, loading beside
+Each is the median of 7 pairs, limit / operation: writing beside write() of the same bytes in 1 MiB pieces to a new file, loading beside
 readinto() of the same file into memory that is there. Packages that are not installed are left out.
 """
 import os
@@ -12,7 +12,7 @@ import time
 
 import numpy as np
 
-PAIRS = 5
+PAIRS = 7
 WORKLOADS = {"W1": (200, 64, 2000), "W2": (1, 44850, 200), "W3": (2000, 32, 384)}
 PIECE = 1 << 20
 
