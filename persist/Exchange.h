@@ -41,8 +41,8 @@ inline std::int32_t finishRecord(CArchive& archive, std::int32_t result) {
     return result;
 }
 
-// Asks for the memory behind a new buffer, which most likely is the next one's: a load of 64,000 channels x
-// 384 values takes 43 instead of 52 ms.
+// Asks for the memory behind a buffer, which most likely is the next one's: a load of 64,000 channels x 384
+// values takes 43 instead of 52 ms.
 inline void foreseeNext(const double* buffer, std::int64_t size) {
     constexpr std::uintptr_t line = 64, most = 4096; // bytes
     constexpr int forWriting = 1, secondLevel = 2;
@@ -80,7 +80,9 @@ inline bool loadBlock(CArchive& archive, std::int64_t& size, double*& values, bo
 
 inline void storeBlock(CArchive& archive, std::int64_t size, const double* values, bool present) {
     archive << std::int32_t{present};
-    if (present) archive.Write(values, size * static_cast<std::int64_t>(sizeof(double)));
+    if (!present) return;
+    foreseeNext(values, size);
+    archive.Write(values, size * static_cast<std::int64_t>(sizeof(double)));
 }
 
 // A block's length in bytes must fit 32 bits for every reader of the format.
