@@ -31,12 +31,6 @@ TEST(Display, SelectionStepsStopOrWrapAtTheEnds) {
                   (Results{c.newBegin, c.newBegin, c.newEnd}))
             << c.begin << " by " << c.step;
     }
-    CTrialIcaDatazq hostile;
-    for (const std::int64_t extreme :
-         {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()}) {
-        hostile.m_selectBegin = hostile.m_totalSample = extreme;
-        for (const int step : {1, -1}) hostile.nextSelect(step, step > 0), hostile.zeroSelection();
-    }
 }
 
 TEST(Display, HidingAndResettingKeepTheSelectedChannelValid) {

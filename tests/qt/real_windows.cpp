@@ -155,7 +155,6 @@ TEST_F(RealWindows, TenThousandDataSetsAreRefreshedWithoutAPause) {
     }
     EXPECT_EQ(view.model()->rowCount(), 10000);
     EXPECT_EQ(view.verticalScrollBar()->value(), 5000) << "the user's place in the list";
-    RecordProperty("milliseconds", static_cast<int>(best * 1000 / CLOCKS_PER_SEC));
 #if defined(NDEBUG) && !defined(ICAWAVE_SANITIZED)
     EXPECT_LT(best * 1000 / CLOCKS_PER_SEC, 50);
 #endif
