@@ -54,6 +54,17 @@ double timeEach(CFaceIcazq& package, F&& f) {
     return seconds([&] { bench::forEachDataSet(package, f); });
 }
 
+// What a pass finds in all channels, added up.
+template <class Pass, double Pass::*field>
+void totalOf(CTrialIcaDatazq& d) {
+    double total = 0.0;
+    icawave::passOverChannels(
+        d.m_chnlIcaData, d.m_chnlTotal, 0, icawave::heldValues, [](const CChnlIcaData&) { return Pass(); },
+        [&](const CChnlIcaData&, const Pass& pass) { total += pass.*field; });
+    const volatile double used = total;
+    static_cast<void>(used);
+}
+
 // Reading passes.
 void addReading(Data& data) {
     const std::string suffix = std::string("/") + data.workload.name;
@@ -74,22 +85,8 @@ void addReading(Data& data) {
         d.getIcaAbsRange(min, max, true, false, 0, 0);
         bench::require(min >= 0.0 && max <= 1.0 && min < max, "a range of magnitudes");
     });
-    beside("normRMS_sum", [](CTrialIcaDatazq& d) {
-        double total = 0.0;
-        icawave::passOverChannels(
-            d.m_chnlIcaData, d.m_chnlTotal, 0, icawave::heldValues,
-            [](const CChnlIcaData&) { return icawave::SquaresPass(); },
-            [&](const CChnlIcaData&, const icawave::SquaresPass& pass) { total += pass.squares; });
-        benchmark::DoNotOptimize(total);
-    });
-    beside("accumulateTime1_sum", [](CTrialIcaDatazq& d) {
-        double total = 0.0;
-        icawave::passOverChannels(
-            d.m_chnlIcaData, d.m_chnlTotal, 0, icawave::heldValues,
-            [](const CChnlIcaData&) { return icawave::SumPass(); },
-            [&](const CChnlIcaData&, const icawave::SumPass& pass) { total += pass.sum; });
-        benchmark::DoNotOptimize(total);
-    });
+    beside("normRMS_sum", totalOf<icawave::SquaresPass, &icawave::SquaresPass::squares>);
+    beside("accumulateTime1_sum", totalOf<icawave::SumPass, &icawave::SumPass::sum>);
 }
 
 // One chain of additions, each waiting for the one before, over values in the first-level cache.

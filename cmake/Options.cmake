@@ -2,7 +2,7 @@ option(ICAWAVE_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(ICAWAVE_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(ICAWAVE_FUZZ "Build the fuzz targets for libFuzzer, with the sanitizers" OFF)
 option(ICAWAVE_BENCH "Build the benchmarks" OFF)
-option(ICAWAVE_BASELINE "Use no instructions beyond the architecture's baseline" OFF)
+option(ICAWAVE_BASELINE "Choose no wider registers for passes than the architecture's baseline has" OFF)
 option(ICAWAVE_WERROR "Treat warnings as errors" OFF)
 
 # What every target of the project is compiled with, and no target that uses the project.

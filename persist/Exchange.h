@@ -46,10 +46,11 @@ inline std::int32_t finishRecord(CArchive& archive, std::int32_t result) {
 inline void foreseeNext(const double* buffer, std::int64_t size) {
     constexpr std::uintptr_t line = 64, most = 4096; // bytes
     constexpr int forWriting = 1, secondLevel = 2;
-    const auto begin = reinterpret_cast<std::uintptr_t>(buffer + size);
-    const std::uintptr_t bytes = std::min(static_cast<std::uintptr_t>(size) * sizeof(double), most);
-    for (std::uintptr_t k = 0; k < bytes; k += line)
-        __builtin_prefetch(reinterpret_cast<const void*>(begin + k), forWriting, secondLevel);
+    const std::uintptr_t bytes =
+        static_cast<std::uintptr_t>(size) * sizeof(double); // a host's count may be anything
+    const std::uintptr_t end = reinterpret_cast<std::uintptr_t>(buffer) + bytes;
+    for (std::uintptr_t k = 0; k < std::min(bytes, most); k += line)
+        __builtin_prefetch(reinterpret_cast<const void*>(end + k), forWriting, secondLevel);
 }
 
 // A buffer of values and its presence flag. Its count stands elsewhere in the record.

@@ -404,7 +404,7 @@ TEST_F(PackageFiles, LinksAreFollowedAndPermissionsKept) {
     for (const char* path : {"/dev/null", "missing", "."}) EXPECT_THROW(PackageFile{path}, FileError) << path;
 }
 
-TEST_F(PackageFiles, AreWrittenWithoutEmptySlots) {
+TEST_F(PackageFiles, AreNotFinishedBeforeTheirLastSlot) {
     CMemFile merged;
     PackageWriter writer(merged, 2, {});
     writer.add(package.getIcaData(0));

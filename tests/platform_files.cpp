@@ -64,7 +64,13 @@ TEST(FullDisk, IsAnExceptionFromTheOutermostFlushOrCloseOnce) {
     CFile file;
     ASSERT_TRUE(file.Open("/dev/full", CFile::modeWrite));
     file.Write("abc", 3);
-    EXPECT_THROW(file.Close(), CFileException) << "the three bytes are lost";
+    try {
+        file.Close();
+        FAIL() << "the three bytes are lost";
+    } catch (const CFileException& e) {
+        EXPECT_EQ(e.m_cause, CFileException::diskFull);
+        EXPECT_EQ(e.m_strFileName, "/dev/full");
+    }
     file.Close(); // nothing is left to fail
     ASSERT_TRUE(file.Open("/dev/full", CFile::modeWrite));
     CFaceIcazq package;

@@ -19,6 +19,11 @@ def main(root):
             if piece not in host:
                 return f"README.md: not in examples/host/main.cpp:\n{piece}"
 
+    tests = "".join(p.read_text() for p in (root / "tests").rglob("*.cpp"))
+    for suite, name in re.findall(r"`(?:\w+/)?(\w+)\.(\w*)(?:\*|\.\.\.)?`", (root / "docs/RELIABILITY.md").read_text()):
+        if not re.search(rf"TEST(?:_F|_P)?\({suite}, {name}", tests):
+            return f"docs/RELIABILITY.md: there is no test {suite}.{name}"
+
     architecture = (root / "docs/ARCHITECTURE.md").read_text()
     headers = "".join(p.read_text() for p in (root / "include/icawave").glob("*.h"))
     for name in re.findall(r"class ICAWAVE_EXPORT (C\w+)", headers):
