@@ -1,5 +1,6 @@
 #include "tests/Support.h"
 
+#include <array>
 #include <limits>
 
 using test::DataSet;
@@ -29,6 +30,20 @@ TEST(DataSet, SizingKeepsOrRebuildsTheChannels) {
     EXPECT_EQ(dataSet->m_chnlIcaData[2].getSize(), 50);
     EXPECT_EQ((Results{dataSet->checkInitSnsIcaData(0, 50, true), dataSet->m_totalSample}), (Results{0, 0}));
     EXPECT_EQ(dataSet->m_chnlIcaData, nullptr);
+}
+
+TEST(DataSet, TheChannelTypeIsAnIntegerLikeAnyOther) {
+    CTrialIcaDatazq a, b;
+    for (int k = 0; k < 8; ++k) a.m_icaInfo[k] = 10 + k, b.m_icaInfo[k] = 20 + k;
+    std::int32_t* const type = &a.m_chnlTypeID;
+    EXPECT_EQ(type, &a.m_icaInfo[3]);
+    a.m_chnlTypeID = b.m_chnlTypeID;
+    EXPECT_EQ(std::to_array(a.m_icaInfo), (std::array{10, 11, 12, 23, 14, 15, 16, 17}));
+    *type = 2;
+    std::swap(a.m_chnlTypeID, b.m_chnlTypeID);
+    EXPECT_EQ(std::to_array(b.m_icaInfo), (std::array{20, 21, 22, 2, 24, 25, 26, 27}));
+    EXPECT_EQ(std::max(0, CTrialIcaDatazq(b).m_chnlTypeID), 2);
+    EXPECT_EQ(CString::Format("%d", b.m_chnlTypeID), "2");
 }
 
 TEST(DataSet, TakesOverADecomposition) {

@@ -29,23 +29,6 @@
 
 #include <cstdint>
 
-namespace icawave {
-
-// The fourth of eight integers, under a name of its own.
-struct FourthInteger {
-    std::int32_t before[3];
-    std::int32_t value;
-
-    FourthInteger& operator=(std::int32_t newValue) {
-        value = newValue;
-        return *this;
-    }
-    operator std::int32_t&() { return value; }
-    operator const std::int32_t&() const { return value; }
-};
-
-} // namespace icawave
-
 class ICAWAVE_EXPORT CTrialIcaData {
 public:
     CTrialIcaData();
@@ -102,10 +85,18 @@ public:
     // has m_chnlTotal values.
     std::int32_t addMSnsSnsTimID(CMMatrix1Dzq* vec, std::int64_t t);
 
+    // Descriptive integers, kept and stored. m_chnlTypeID is a second name of m_icaInfo[3]; a struct without
+    // a name, which every compiler has, makes it an integer like any other.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
     union {
-        std::int32_t m_icaInfo[8] = {};      // descriptive integers, kept and stored
-        icawave::FourthInteger m_chnlTypeID; // m_icaInfo[3]: 0 all types, 1 MEG sensors, 2 EEG sensors
+        std::int32_t m_icaInfo[8] = {};
+        struct {
+            std::int32_t m_icaInfoBefore[3];
+            std::int32_t m_chnlTypeID; // 0 all types, 1 MEG sensors, 2 EEG sensors
+        };
     };
+#pragma GCC diagnostic pop
     double m_sampleRate = 0.0;      // Hz
     double m_anaLatencyBegin = 0.0; // seconds, latency of sample 0
     double m_anaLatencyEnd = 0.0;   // seconds
