@@ -37,7 +37,7 @@ std::int32_t CChnlIcaData::normSumSqrt() {
     if (!hasValues(*this)) return 0;
     const double mean = passOver(*this, icawave::StatisticsPass(m_data[0]), 0, m_size).magnitudes /
                         static_cast<double>(m_size);
-    if (mean <= 0.0) return 0;
+    if (!(mean > 0.0)) return 0; // a NaN is not, either
     icawave::divide(m_data, m_size, mean);
     return 1;
 }

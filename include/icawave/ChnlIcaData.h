@@ -92,7 +92,7 @@ public:
     std::int32_t allValueNonZero(); // 1 when no value is 0.0 or -0.0
     double polynmlEval(double x);   // m_data[0] + m_data[1] x + m_data[2] x^2 + ...
     std::int32_t normSumSqrt(); // divides the values by the mean of their magnitudes; 0, changing nothing,
-                                // when that is 0.0
+                                // unless that is above 0.0: a NaN is not, infinity is
     std::int32_t getDataRange(double& min, double& mean, double& max);
     // mean2 is the mean again, absMean the mean of the magnitudes, rms the root of the mean of the squares.
     std::int32_t getStatistic(double& min, double& mean, double& max, double& mean2, double& absMean,
