@@ -13,10 +13,7 @@ std::size_t GrowableArray<T>::checked(std::int64_t index, std::int64_t size) {
 template <class T>
 void GrowableArray<T>::SetSize(std::int64_t size) {
     if (size < 0) AfxThrowInvalidArgException();
-    if (size == 0) {
-        m_elements = {};
-        return;
-    }
+    if (size == 0) return std::vector<T>().swap(m_elements); // an assignment would keep the storage
     withMemoryException([&] { m_elements.resize(static_cast<std::size_t>(size)); });
 }
 

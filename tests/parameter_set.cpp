@@ -1,5 +1,6 @@
 #include "tests/Support.h"
 
+using test::Bytes;
 using test::Results;
 using test::Rows;
 
@@ -55,6 +56,22 @@ TEST(ParameterSet, IsCleanAfterClean) {
     EXPECT_EQ(parameters.clean(), 1);
     CIcaParamzq fresh;
     EXPECT_EQ(test::stored(parameters), test::stored(fresh));
+}
+
+TEST(ParameterSet, AnEmptyListKeepsNoStorage) {
+    CIcaParamzq parameters;
+    const Bytes empty = test::stored(parameters);
+    const std::function<void()> acts[] = {[&] { parameters.clean(); },
+                                          [&] { test::load(parameters, empty); }};
+    for (const auto& act : acts) {
+        const test::PeakMemory all;
+        for (std::uint32_t k = 0; k < 100'000; ++k) parameters.m_extraUintList.Add(k);
+        act();
+        const test::PeakMemory again; // what is kept would not be asked for again
+        parameters.m_extraUintList.Reserve(100'000);
+        EXPECT_GE(again.bytes(), 400'000u);
+        parameters.clean();
+    }
 }
 
 TEST(Matrix, CopiesItsOwnRows) {
