@@ -174,6 +174,7 @@ std::vector<ArchiveFault> PackageFile::load(CFaceIcazq& package) const {
             if (!dataSet) AfxThrowMemoryException();
             if (auto fault = m_contents->read(k, *dataSet)) {
                 found.push_back(*fault);
+                leaveOut(k, info().current, package.m_curntIcaDataSetID);
                 continue;
             }
             package.m_icaDataArray.Add(dataSet.get());

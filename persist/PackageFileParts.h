@@ -128,6 +128,13 @@ struct PackageFile::Contents {
 inline std::string dataSetRecord(std::int64_t number) {
     return "FACEICA, TRIALICADATA " + std::to_string(number);
 }
+// The current index of a package once data set `number` is left out, told of them in ascending order: the
+// same data set stays current; without it the first is. `stored` is the index with all data sets, which may
+// name none.
+inline void leaveOut(std::int64_t number, std::int32_t stored, std::int32_t& current) {
+    if (number < stored) --current;
+    if (number == stored) current = 0;
+}
 std::string describe(const ArchiveFault& fault); // "RECORD at byte N: text"
 
 PackageEntry listed(const CTrialIcaDatazq& dataSet); // the columns

@@ -143,10 +143,9 @@ std::vector<ArchiveFault> PackageFile::salvage(const CString& path) const {
         std::vector<std::int64_t> sound;
         found = m_contents->check(sound);
         PackageInfo salvaged = info();
-        const auto current = std::find(sound.begin(), sound.end(), std::int64_t{salvaged.current});
-        if (sound.size() < dataSets().size())
-            salvaged.current =
-                current == sound.end() ? 0 : static_cast<std::int32_t>(current - sound.begin());
+        for (std::int64_t k = 0; k < m_contents->count(); ++k)
+            if (!std::binary_search(sound.begin(), sound.end(), k))
+                leaveOut(k, info().current, salvaged.current);
         AtomicFile file(path);
         PackageWriter writer(file, static_cast<std::int32_t>(sound.size()), salvaged);
         for (const std::int64_t k : sound) writer.copy(*this, k);

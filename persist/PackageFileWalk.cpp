@@ -42,7 +42,7 @@ private:
     std::int64_t m_position = 0; // of the next slot's flag
     std::int64_t m_slotsLeft = 0;
     std::int64_t m_number = 0; // of the next data set
-    std::int64_t m_storedCurrent = 0;
+    std::int32_t m_storedCurrent = 0;
     std::array<std::byte, 4096> m_flags;
     std::int64_t m_flagsBegin = 0;
     std::int64_t m_flagsEnd = 0;
@@ -111,9 +111,7 @@ void Walk::walkSlot() {
     const std::int64_t number = m_number++;
     if (fault) {
         m_found.faults.push_back(*fault);
-        std::int32_t& current = m_found.index.info.current;
-        if (number < m_storedCurrent) --current;
-        if (number == m_storedCurrent) current = 0;
+        leaveOut(number, m_storedCurrent, m_found.index.info.current);
         return;
     }
     PackageEntry entry = listed(*dataSet);

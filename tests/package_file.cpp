@@ -249,18 +249,27 @@ TEST_F(PackageFiles, OneDamagedRecordOfEightyLosesOneDataSet) {
     package.cleanIcaFace();
     package.m_icaDataArray.RemoveAll();
     fill(package, 80);
-    package.m_curntIcaDataSetID = 42;
     save();
-    const Bytes sound = test::contents(file);
     std::vector<Bytes> expected = recordsOf(file);
     expected.erase(expected.begin() + 41);
     const std::int64_t channelsAt = open().dataSets()[41].offset + 32 + 4 + 4 * 8;
     const std::int64_t valueAt = channelsAt + 8 + 4 + 100, sizeAt = channelsAt + 65;
     const fs::path saved = folder / "saved.icpkg";
     const ScriptedFrontEnd ui;
-    for (const auto& [at, indexed] :
-         {std::pair(valueAt, true), {channelsAt, true}, {channelsAt, false}, {sizeAt, false}}) {
-        Bytes bytes = indexed ? sound : stored(package);
+    struct Case {
+        std::int64_t at;
+        bool indexed;
+        int current, left; // the current data set, and its number without the damaged one
+    };
+    for (const auto& [at, indexed, current, left] : {Case{valueAt, true, 42, 41},
+                                                     {channelsAt, true, 3, 3},
+                                                     {channelsAt, true, 41, 0},
+                                                     {valueAt, true, -1, -1},
+                                                     {channelsAt, false, 42, 41},
+                                                     {sizeAt, false, 41, 0}}) {
+        package.m_curntIcaDataSetID = current;
+        save();
+        Bytes bytes = indexed ? test::contents(file) : stored(package);
         bytes[static_cast<std::size_t>(at)] ^= std::byte{0x04};
         write(file, bytes);
         const PackageFile damaged = open();
@@ -271,11 +280,12 @@ TEST_F(PackageFiles, OneDamagedRecordOfEightyLosesOneDataSet) {
         ASSERT_EQ(recordsOf(saved), expected);
         const PackageFile opened(saved.string());
         EXPECT_TRUE(opened.check().empty());
-        EXPECT_EQ(opened.info().current, 41) << "the data set that was current";
+        EXPECT_EQ(opened.info().current, left) << "the data set that was current";
         EXPECT_EQ(opened.info().name, "sample");
         CFaceIcazq loaded;
         EXPECT_EQ(records(damaged.load(loaded)), records(lost));
         EXPECT_EQ(loaded.getTotalIca(), 79);
+        EXPECT_EQ(loaded.m_curntIcaDataSetID, left);
     }
     EXPECT_TRUE(ui.messages.empty());
 }

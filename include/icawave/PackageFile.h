@@ -150,11 +150,12 @@ public:
     // Reads everything; the faults of opening come first. Empty when every byte is as it was stored; without
     // an index, as it was when the file was opened.
     std::vector<ArchiveFault> check() const;
-    // Replaces the contents of a package by this file's: its own fields and every undamaged data set. Returns
-    // the faults, those of opening first.
+    // Replaces the contents of a package by this file's: its own fields and every undamaged data set. The
+    // current data set stays current; when it is damaged, the first is. Returns the faults, those of opening
+    // first.
     std::vector<ArchiveFault> load(CFaceIcazq& package) const;
     // Saves a package of every undamaged data set, their records byte for byte, to another path, as `save`
-    // does. Returns the faults of check. The current data set stays current when it is among them.
+    // does. Returns the faults of check. Current becomes what is after load.
     std::vector<ArchiveFault> salvage(const CString& path) const;
 
     // Stores a package at a path, whatever stands there. A failure leaves that as it was (see AtomicFile).
