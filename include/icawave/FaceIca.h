@@ -62,8 +62,11 @@ public:
 
     CTrialIcaDatazq*
     actIca2ListID(std::int32_t listID); // the first data set with that m_listID, null when there is none
-    // Destroys the first data set whose m_listID is listID (-1: the current index) and clamps the current
-    // index. 0 when there is none.
+    // Destroys the first data set whose m_listID is listID and clamps the current index. 0 when there is
+    // none. For -1 the number of the current index is looked for as a list id. So the current data set is
+    // destroyed only while list ids are positions, as they are after the manager's rows were built: without a
+    // manager, where every m_listID is 0, it is the first data set if the current index is 0, and else none;
+    // after the list has changed it may be another data set. A data set with the list id -1 is never found.
     std::int32_t deleteIca(std::int32_t listID);
 
     // Appends a new data set named "NewIca" of nChnl >= 2 channels of nSample >= 1 samples (see
