@@ -54,6 +54,12 @@ double* CChnlIcaData::checkInitData(std::int64_t n, bool zero) {
 }
 
 std::int32_t CChnlIcaData::copy2Mtx(const double* src, std::int64_t n) {
+    if (n != m_size && icawave::pointsInto(src, m_data, m_size)) { // sizing would release what is copied
+        double* copy = icawave::newArray<double>(n);
+        if (copy) copy_(copy, src, n);
+        setData(copy, copy ? n : 0);
+        return copy ? 1 : 0;
+    }
     if (!checkInitData(n, false)) return 0;
     copy_(m_data, src, n);
     return 1;
@@ -71,6 +77,10 @@ std::int32_t CChnlIcaData::resize(std::int64_t n) {
 }
 
 std::int32_t CChnlIcaData::setData(double* p, std::int64_t n) {
+    if (p && p == m_bkData) { // handed over; nothing has two owners
+        m_bkData = nullptr;
+        m_bkSize = 0;
+    }
     if (p != m_data) cleanData();
     m_data = p;
     m_size = n;

@@ -15,8 +15,10 @@ std::int32_t CIcaParam::clean() {
 
 std::int32_t CIcaParam::addIcaParam(std::int32_t nIca, std::int32_t nComp, std::int32_t nSample,
                                     const double* const* Wunmix, const double* const* Wsecond) {
+    CMMatrix2Dzq second; // made aside: its rows may be those of m_Wunmix
+    second.copyAmxn(Wsecond, nComp, nComp);
     m_Wunmix.copyAmxn(Wunmix, nComp, nComp);
-    m_Wsecond.copyAmxn(Wsecond, nComp, nComp);
+    m_Wsecond.swap(second);
     m_nIca = nIca;
     m_nComp = nComp;
     m_nSample = nSample;

@@ -31,11 +31,15 @@ std::int32_t CMMatrix2D::copyAmxn(const double* const* rows, std::int64_t rowCou
         else
             copy.cleanMatrixData();
     }
-    std::swap(m_values, copy.m_values);
-    std::swap(m_rows, copy.m_rows);
-    std::swap(m_rowCount, copy.m_rowCount);
-    std::swap(m_columnCount, copy.m_columnCount);
+    swap(copy);
     return m_rows ? 1 : 0;
+}
+
+void CMMatrix2D::swap(CMMatrix2D& other) noexcept {
+    std::swap(m_values, other.m_values);
+    std::swap(m_rows, other.m_rows);
+    std::swap(m_rowCount, other.m_rowCount);
+    std::swap(m_columnCount, other.m_columnCount);
 }
 
 bool CMMatrix2D::allocate(std::int64_t rowCount, std::int64_t columnCount) {

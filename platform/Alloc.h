@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -37,6 +38,23 @@ decltype(auto) withMemoryException(F&& f) {
     } catch (const std::length_error&) {
         AfxThrowMemoryException();
     }
+}
+
+// Runs f; false when memory ran out in it.
+template <class F>
+bool fitsInMemory(F&& f) {
+    try {
+        withMemoryException(std::forward<F>(f));
+        return true;
+    } catch (const CMemoryException&) {
+        return false;
+    }
+}
+
+// Whether p points to one of `count` elements from `first` on, which may be null.
+template <class T>
+bool pointsInto(const T* p, const T* first, std::int64_t count) {
+    return first && !std::less<>()(p, first) && std::less<>()(p, first + count);
 }
 
 } // namespace icawave

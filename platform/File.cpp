@@ -215,11 +215,15 @@ std::int64_t CMemFile::Read(void* buffer, std::int64_t count) {
 void CMemFile::Write(const void* buffer, std::int64_t count) {
     if (m_readOnly) AfxThrowFileException(CFileException::accessDenied);
     if (count <= 0) return;
+    const auto* first = static_cast<const std::byte*>(buffer);
+    const bool own = icawave::pointsInto<std::byte>(first, m_bytes.data(), std::ssize(m_bytes));
+    const std::ptrdiff_t place = own ? first - m_bytes.data() : 0; // the bytes move when the file grows
     icawave::withMemoryException([&] {
         const auto size = static_cast<std::size_t>(m_offset + count);
         if (size > m_bytes.size()) m_bytes.resize(size);
     });
-    std::memcpy(m_bytes.data() + m_offset, buffer, static_cast<std::size_t>(count));
+    if (own) first = m_bytes.data() + place;
+    std::memmove(m_bytes.data() + m_offset, first, static_cast<std::size_t>(count));
     m_offset += count;
 }
 

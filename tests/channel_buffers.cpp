@@ -60,6 +60,18 @@ TEST(ChannelBuffers, ChangeHandsWithoutBeingCopied) {
     delete[] buffer;
 }
 
+TEST(ChannelBuffers, TakeTheirOwnValues) {
+    CChnlIcaDatazq channel;
+    fill(channel, {1, 2, 3, 4, 5});
+    EXPECT_EQ(channel.copy2Mtx(channel.m_data + 1, 3), 1);
+    EXPECT_EQ(values(channel), (Values{2, 3, 4}));
+    channel.bkDataIn();
+    EXPECT_EQ(channel.copy2Mtx(channel.m_bkData + 1, 2), 1);
+    EXPECT_EQ(values(channel), (Values{3, 4}));
+    EXPECT_EQ((Results{channel.setData(channel.m_bkData, 3), channel.m_bkSize}), (Results{1, 0}));
+    EXPECT_EQ(values(channel), (Values{2, 3, 4})) << "and it has one owner";
+}
+
 TEST(ChannelBuffers, BackupSurvivesWhateverHappensToTheData) {
     icawave::ScriptedFrontEnd ui;
     CChnlIcaDatazq channel;
@@ -98,6 +110,9 @@ TEST(ChannelBuffers, SayWhatTheyKeepWhenMemoryRunsOut) {
     EXPECT_EQ(channel.m_bkSize, 0);
     EXPECT_EQ(failing([&] { return channel.copy2Mtx(more, 4); }), 0);
     EXPECT_EQ(channel.m_size, 0) << "a failed copy leaves no data";
+    fill(channel, {1, 2, 3});
+    EXPECT_EQ(failing([&] { return channel.copy2Mtx(channel.m_data, 2); }), 0);
+    EXPECT_TRUE(!channel.m_data && channel.m_size == 0) << "of its own values, too";
     fill(channel, {1, 2, 3});
     EXPECT_EQ(failing([&] { return channel.checkInitData(2, true); }), nullptr);
     EXPECT_EQ(channel.m_data, nullptr);

@@ -66,6 +66,82 @@ TEST(DataSet, TakesOverADecomposition) {
     EXPECT_EQ(parameters->m_nIca, 0);
 }
 
+// What a data set is handed may be its own: it is read before it is overwritten or released.
+TEST(DataSet, TakesOverItsOwnValues) {
+    const Rows w({1, 2, 3, 4}, 2), v({5, 6, 7, 8}, 2);
+    using Own = std::vector<const double*>;
+    struct Case {
+        const char* name;
+        std::function<Own(CTrialIcaDatazq&)> rows;
+        int samples;
+        std::vector<Values> expected;
+    };
+    const auto channel = [](CTrialIcaDatazq& d, int k) { return d.m_chnlIcaData[k].m_data; };
+    const Case cases[] = {
+        {"components 1 and 3",
+         [&](auto& d) {
+             return Own{channel(d, 1), channel(d, 3)};
+         },
+         4,
+         {{100, 101, 102, 103}, {300, 301, 302, 303}}},
+        {"another order",
+         [&](auto& d) {
+             return Own{channel(d, 3), channel(d, 0), channel(d, 0), channel(d, 1)};
+         },
+         4,
+         {{300, 301, 302, 303}, {0, 1, 2, 3}, {0, 1, 2, 3}, {100, 101, 102, 103}}},
+        {"fewer samples",
+         [&](auto& d) {
+             return Own{channel(d, 1) + 2, channel(d, 0)};
+         },
+         2,
+         {{102, 103}, {0, 1}}},
+        {"channels that no longer count",
+         [&](auto& d) {
+             const Own rows{channel(d, 3), channel(d, 1)};
+             return d.resetSnsCoh(), rows;
+         },
+         4,
+         {{300, 301, 302, 303}, {100, 101, 102, 103}}},
+        {"a longer channel",
+         [&](auto& d) {
+             return d.m_chnlIcaData[1].resize(6),
+                    Own{channel(d, 3), channel(d, 1), channel(d, 1) + 1, channel(d, 0)};
+         },
+         4,
+         {{300, 301, 302, 303}, {100, 101, 102, 103}, {101, 102, 103, 0}, {0, 1, 2, 3}}},
+        {"a backup",
+         [&](auto& d) { return d.m_chnlIcaData[2].bkDataIn(), Own{d.m_chnlIcaData[2].m_bkData}; },
+         3,
+         {{200, 201, 202}}},
+        {"matrices",
+         [&](auto& d) {
+             return Own{d.m_icaParam->m_Wunmix.getDataPP()[1], d.m_icaParam->m_Wsecond.getDataPP()[0]};
+         },
+         2,
+         {{3, 4}, {5, 6}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        DataSet dataSet = test::countingDataSet(4, 4);
+        CIcaParamzq& parameters = *dataSet->getIcaParamzq(1);
+        parameters.addIcaParam(4, 2, 4, w.get(), v.get());
+        const Own rows = c.rows(*dataSet);
+        const auto count = static_cast<std::int32_t>(rows.size());
+        ASSERT_EQ(dataSet->addIcaData(count, 2, c.samples, parameters.m_Wsecond.getDataPP(),
+                                      parameters.m_Wunmix.getDataPP(), rows.data()),
+                  1);
+        for (std::size_t k = 0; k < c.expected.size(); ++k)
+            EXPECT_EQ(values(dataSet->m_chnlIcaData[k]), c.expected[k]) << k;
+        EXPECT_EQ(dataSet->m_chnlTotal, count);
+        EXPECT_EQ((Values{parameters.m_Wunmix.getDataPP()[0][0], parameters.m_Wsecond.getDataPP()[1][1]}),
+                  (Values{5, 4}))
+            << "exchanged";
+        ASSERT_EQ(dataSet->addIcaData(2, 2, 2, w.get(), v.get(), parameters.m_Wsecond.getDataPP()), 1);
+        EXPECT_EQ(values(dataSet->m_chnlIcaData[1]), (Values{3, 4})) << "its rows by their own pointers";
+    }
+}
+
 TEST(DataSet, CountsStepsAndLatencies) {
     constexpr auto lowest = std::numeric_limits<std::int64_t>::min(),
                    highest = std::numeric_limits<std::int64_t>::max();

@@ -47,6 +47,14 @@ TEST(Files, BufferedPiecesArriveInOrder) {
     EXPECT_THROW(in.Write("x", 1), CFileException);
 }
 
+TEST(Files, AFileInMemoryTakesItsOwnBytes) {
+    CMemFile file;
+    file.Write("abcd", 4);
+    for (int doubled = 0; doubled < 10; ++doubled) file.Write(file.bytes().data(), file.GetLength());
+    ASSERT_EQ(file.GetLength(), 4096);
+    for (std::size_t k = 0; k < 4096; ++k) ASSERT_EQ(file.bytes()[k], std::byte('a' + k % 4)) << k;
+}
+
 TEST(Files, WhatCannotBeOpenedIsRefused) {
     const test::Folder folder;
     CFile file;

@@ -3,6 +3,12 @@
 #include "platform/Alloc.h"
 #include "trial/Values.h"
 
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
 namespace {
 
 const CString& defaultName() {
@@ -14,6 +20,48 @@ const CString& defaultComputeInfo() {
     static const CString info = u"ICA ComputeInfo";
     return info;
 }
+
+// One decomposition as a host hands it over, and the names of its channels: all that may find no memory, made
+// before anything changes. Rows that lie in values which are overwritten or released while the rows are still
+// read are copied.
+class Handed {
+public:
+    Handed(CTrialIcaData& dataSet, bool keepsChannels, std::int32_t nChnl, std::int32_t nSample,
+           const double* const* data)
+        : rows(data, data + std::max(nChnl, 0)) {
+        if (keepsChannels && dataSet.m_chnlIcaData) {
+            for (std::int64_t k = 0; k < dataSet.m_chnlTotal; ++k)
+                addOwn(dataSet.m_chnlIcaData[k].m_data, dataSet.m_chnlIcaData[k].m_size);
+        }
+        if (dataSet.m_icaParam) {
+            for (CMMatrix2Dzq* matrix : {&dataSet.m_icaParam->m_Wunmix, &dataSet.m_icaParam->m_Wsecond})
+                if (matrix->getDataPP()) addOwn(matrix->getDataPP()[0], matrix->getRow() * matrix->getCol());
+        }
+        std::sort(m_own.begin(), m_own.end());
+        names.reserve(rows.size());
+        for (const double*& row : rows) {
+            names.push_back(CString::Format(u"ICA%d", static_cast<std::int32_t>(names.size()) + 1));
+            if (nSample > 0 && isOwn(row)) row = m_copies.emplace_back(row, row + nSample).data();
+        }
+    }
+
+    std::vector<const double*> rows;
+    std::vector<CString> names;
+
+private:
+    using Range = std::pair<const double*, std::int64_t>; // values, by address, and their count
+
+    void addOwn(const double* values, std::int64_t count) {
+        if (values) m_own.emplace_back(values, count);
+    }
+    bool isOwn(const double* row) const {
+        const auto next = std::upper_bound(m_own.begin(), m_own.end(), Range(row, INT64_MAX));
+        return next != m_own.begin() && icawave::pointsInto(row, next[-1].first, next[-1].second);
+    }
+
+    std::vector<Range> m_own;
+    std::vector<std::vector<double>> m_copies;
+};
 
 // The first channel that cannot be sized ends it.
 bool sizeChannels(CChnlIcaDatazq* channels, std::int64_t nChnl, std::int64_t nSample, bool zero) {
@@ -62,12 +110,17 @@ std::int32_t CTrialIcaData::addIcaData(std::int32_t nChnl, std::int32_t nComp, s
                                        const double* const* W, const double* const* V,
                                        const double* const* data) {
     if (nChnl >= 1 && (!data || std::find(data, data + nChnl, nullptr) != data + nChnl)) return 0;
+    const bool keepsChannels = verifyWavIcaDataSize(nChnl, nSample) != 0;
+    std::optional<Handed> handed;
+    if (!icawave::fitsInMemory([&] { handed.emplace(*this, keepsChannels, nChnl, nSample, data); })) return 0;
     if (!getIcaParamzq(1)) return 0;
+    std::unique_ptr<CChnlIcaDatazq[]> old; // lives until the rows, which may be its, are copied
+    if (!keepsChannels) old.reset(std::exchange(m_chnlIcaData, nullptr));
     m_icaParam->addIcaParam(nChnl, nComp, nSample, W, V);
     if (!checkInitSnsIcaData(nChnl, nSample, false)) return 0;
-    for (std::int32_t k = 0; k < nChnl; ++k) {
-        m_chnlIcaData[k].copy2Mtx(data[k], nSample);
-        m_chnlIcaData[k].m_chnlName = CString::Format(u"ICA%d", k + 1);
+    for (std::size_t k = 0; k < handed->rows.size(); ++k) {
+        m_chnlIcaData[k].copy2Mtx(handed->rows[k], nSample);
+        m_chnlIcaData[k].m_chnlName = handed->names[k];
     }
     return 1;
 }

@@ -66,13 +66,14 @@ public:
     // unless `zero` sets them to 0.0; a new one holds zeros or, without `zero`, undefined values. Null when n
     // is negative or memory runs out: the channel is then empty.
     double* checkInitData(std::int64_t n, bool zero);
-    // Makes the data a copy of src[0] ... src[n-1]. Fails, leaving the channel empty, when n is negative or
-    // memory runs out.
+    // Makes the data a copy of src[0] ... src[n-1], which may be values of this channel. Fails, leaving the
+    // channel empty, when n is negative or memory runs out.
     std::int32_t copy2Mtx(const double* src, std::int64_t n);
     // Changes the number of values, keeping the leading ones; new ones are 0.0; n <= 0 empties the channel.
     // Resets m_currentPt. Fails, keeping what there was, when memory runs out.
     std::int32_t resize(std::int64_t n);
-    // Adopts p, n doubles from new double[], in place of the data, which are released.
+    // Adopts p, n doubles from new double[], in place of the data, which are released. The channel's own
+    // backup may be handed over; it is no backup then.
     std::int32_t setData(double* p, std::int64_t n);
     // Forgets the data without releasing them: whoever holds the pointer owns it now, and releases it with
     // delete[].

@@ -35,9 +35,10 @@ public:
     CMMatrix2D& operator=(const CMMatrix2D&) = delete;
 
     std::int32_t cleanMatrixData(); // empties the matrix; always 1
-    // Replaces the matrix by a copy of `rows` rows of `columns` values each. A null row, a count below 1 or
-    // missing memory leaves it empty with result 0.
+    // Replaces the matrix by a copy of `rowCount` rows of `columnCount` values each, which may be its own. A
+    // null row, a count below 1 or missing memory leaves it empty with result 0.
     std::int32_t copyAmxn(const double* const* rows, std::int64_t rowCount, std::int64_t columnCount);
+    void swap(CMMatrix2D& other) noexcept;        // exchanges the contents
     double** getDataPP() { return m_rows.get(); } // the row pointers; null when empty
     std::int64_t getRow() const { return m_rowCount; }
     std::int64_t getCol() const { return m_columnCount; }

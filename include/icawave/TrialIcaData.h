@@ -44,8 +44,9 @@ public:
 
     // Takes over one finished decomposition, copying everything: the nComp x nComp unmixing matrix W and a
     // second matrix V, row by row, and nChnl component time courses of nSample values, the rows of data.
-    // Channels are named "ICA1", "ICA2", ... A null row of data fails before anything changes; one of W or V
-    // leaves that matrix empty and is no failure.
+    // Channels are named "ICA1", "ICA2", ... All rows may be the data set's own values. A null row of data
+    // fails before anything changes; one of W or V leaves that matrix empty and is no failure. Without memory
+    // 0: the data set is as before, or has no channels.
     std::int32_t addIcaData(std::int32_t nChnl, std::int32_t nComp, std::int32_t nSample,
                             const double* const* W, const double* const* V, const double* const* data);
 
