@@ -84,15 +84,6 @@ private:
     std::unique_ptr<std::uint8_t[]> m_block;
 };
 
-// Releases what a data set outside of a package owns.
-struct DestroyDataSet {
-    void operator()(CTrialIcaDatazq* dataSet) const {
-        dataSet->cleanSnsIcaData();
-        dataSet->cleanIcaParam();
-        delete dataSet;
-    }
-};
-
 // Whether everything was as it should be. A result of 0, a message and an exception each say that it was not;
 // a projection item that does not load is only known to the archive.
 template <class T>

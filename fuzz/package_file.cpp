@@ -49,7 +49,7 @@ std::optional<std::size_t> faultsOf(MemoryFile& file) {
         const PackageFile opened(file.path());
         std::int64_t sound = 0;
         for (std::int64_t k = 0; k < std::ssize(opened.dataSets()); ++k) {
-            const std::unique_ptr<CTrialIcaDatazq, fuzz::DestroyDataSet> dataSet(new CTrialIcaDatazq);
+            const icawave::DataSetOwner dataSet = icawave::newDataSet();
             try {
                 opened.read(k, *dataSet);
                 ++sound;

@@ -29,8 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     roundTrip<CIcProjectData>(bytes);
     roundTrip<CChnlIcaDatazq>(bytes);
     roundTrip<CIcaParamzq>(bytes);
-    const std::unique_ptr<CTrialIcaDatazq, fuzz::DestroyDataSet> object(new CTrialIcaDatazq),
-        other(new CTrialIcaDatazq);
+    const icawave::DataSetOwner object = icawave::newDataSet(), other = icawave::newDataSet();
     roundTrip(*object, *other, bytes);
     roundTrip<CFaceIcazq>(bytes);
     return 0;

@@ -1,6 +1,9 @@
 #include <icawave/FaceIca.h>
 
-#include "package/DataSetOwner.h"
+#include <icawave/DataSetOwner.h>
+
+#include "package/TakenOut.h"
+#include "platform/Alloc.h"
 
 #include <algorithm>
 
@@ -53,6 +56,7 @@ std::int32_t CFaceIca::getCurntIcaDataSetID() {
 
 std::int32_t CFaceIca::setIcaData(CTrialIcaDatazq* p, std::int32_t) {
     m_icaDataArray.Add(p);
+    icawave::strikeTakenOut(p); // of a dialog's that had taken it out
     return count();
 }
 

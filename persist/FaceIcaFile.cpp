@@ -3,7 +3,8 @@
 // own     = i32 type, text name, text info, byte shown
 #include <icawave/FaceIca.h>
 
-#include "package/DataSetOwner.h"
+#include <icawave/DataSetOwner.h>
+
 #include "persist/Exchange.h"
 #include "persist/Storable.h"
 #include "platform/MemoryAhead.h"

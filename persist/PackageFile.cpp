@@ -1,6 +1,7 @@
 #include "persist/PackageFileParts.h"
 
-#include "package/DataSetOwner.h"
+#include <icawave/DataSetOwner.h>
+
 #include "persist/Crc32c.h"
 #include "platform/Alloc.h"
 #include "platform/MemoryAhead.h"

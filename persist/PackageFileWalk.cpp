@@ -5,7 +5,8 @@
 // next keyword, so that a damaged one cannot swallow those behind it, and the time grows with the file alone.
 #include "persist/PackageFileParts.h"
 
-#include "package/DataSetOwner.h"
+#include <icawave/DataSetOwner.h>
+
 #include "persist/Exchange.h"
 
 #include <cstring>

@@ -111,19 +111,8 @@ Outcome load(T& object, const Bytes& bytes, std::int32_t bufferSize = 4096) {
     return outcome;
 }
 
-// Owns a data set as a package does.
-struct DestroyDataSet {
-    void operator()(CTrialIcaDatazq* dataSet) const {
-        dataSet->cleanSnsIcaData();
-        dataSet->cleanIcaParam();
-        delete dataSet;
-    }
-};
-using DataSet = std::unique_ptr<CTrialIcaDatazq, DestroyDataSet>;
-
-inline DataSet newDataSet() {
-    return DataSet(new CTrialIcaDatazq);
-}
+using DataSet = icawave::DataSetOwner;
+using icawave::newDataSet;
 
 // Channels of given values; channel k's sample i of `countingDataSet` is 100 k + i.
 inline DataSet dataSetOf(const std::vector<std::vector<double>>& channels) {

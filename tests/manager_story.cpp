@@ -156,6 +156,57 @@ TEST_F(ManagerStory, SourceDeleteTakesOutAndKeepsUndamaged) {
     EXPECT_EQ(package->getTotalIca(), 3);
 }
 
+// What was taken out and is listed again has one owner, whatever happens to it then.
+TEST_F(ManagerStory, ADataSetThatIsListedAgainIsDestroyedOnce) {
+    const auto takeOut = [&] {
+        CTrialIcaDatazq* first = package->getIcaData(0);
+        user->clickRow(list(), 0);
+        user->rightClickRow(list(), 0, SourceDelete);
+        return first;
+    };
+    const auto listInside = [&](CTrialIcaDatazq* d) { package->m_icaDataArray.InsertAt(0, d); };
+    CFaceIcazq other;
+    const std::function<void()> ends[] = {
+        takeOut,
+        [&] { package->m_curntIcaDataSetID = 0, user->click(dialog(), Delete); },
+        [&] { test::DataSet(package->getIcaData(0)), package->m_icaDataArray.RemoveAt(0); }, // by the host
+        [&] { package->cleanIcaFace(); },
+        [&] { test::load(*package, test::golden("package_several.bin")); },
+    };
+    for (const bool handedOver : {false, true}) {
+        for (const auto& end : ends) {
+            package = std::make_unique<CFaceIcazq>();
+            for (int k = 0; k < 2; ++k) package->setIcaData(test::countingDataSet(2, 3).release(), 0);
+            show();
+            other.setIcaData(takeOut(), 0); // outlives its dialog
+            CTrialIcaDatazq* taken = takeOut();
+            if (handedOver)
+                package->setIcaData(taken, 0);
+            else
+                listInside(taken);
+            user->click(dialog(), Refresh);
+            end();
+        }
+    }
+    package.reset();
+    ASSERT_EQ(other.getTotalIca(), 10);
+    for (int k = 0; k < 10; ++k) EXPECT_EQ(other.getIcaData(k)->getValue(2, 1), 102.0);
+}
+
+TEST_F(ManagerStory, SelectingAllOfALongListAsksForEachDataSetOnce) {
+    package = std::make_unique<CFaceIcazq>();
+    for (int k = 0; k < 10'000; ++k) package->checkInitIcaPkg(2, 1, true);
+    show();
+    package->getIcaData(7)->m_listID = package->getIcaData(9'999)->m_listID; // the first is found
+    const auto start = std::chrono::steady_clock::now();
+    for (int act = 0; act < 20; ++act) {
+        list().selectAll();
+        EXPECT_EQ(package->m_curntIcaDataSetID, 7);
+        list().userClick(-1, false, false);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << "quadratic: 20";
+}
+
 TEST_F(ManagerStory, DeleteDestroysTheCurrentDataSetAsTheRowsNumberIt) {
     show();
     user->click(dialog(), Delete);

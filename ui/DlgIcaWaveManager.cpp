@@ -1,10 +1,12 @@
 #include <icawave/IcaWaveManager.h>
 
+#include <icawave/DataSetOwner.h>
 #include <icawave/FaceIca.h>
 #include <icawave/platform/Message.h>
 #include <icawave/platform/Module.h>
 
-#include "package/DataSetOwner.h"
+#include "package/TakenOut.h"
+#include "platform/Alloc.h"
 #include "ui/Resources.h"
 
 #include <algorithm>
@@ -53,7 +55,7 @@ const CRuntimeClass* CDlgIcaWaveManager::GetRuntimeClass() const {
 
 CDlgIcaWaveManager::~CDlgIcaWaveManager() {
     DestroyWindow();
-    for (CTrialIcaDatazq* dataSet : m_removed) {
+    while (CTrialIcaDatazq* dataSet = icawave::popTakenOut(this)) {
         if (!lists(dataSet)) icawave::DestroyDataSet()(dataSet);
     }
 }
@@ -125,7 +127,7 @@ void CDlgIcaWaveManager::onSourceDelete() {
     for (std::int32_t k = 0; package && k < static_cast<std::int32_t>(package->getTotalIca());) {
         CTrialIcaDatazq* dataSet = package->getIcaData(k);
         if (dataSet && m_listIcaWave.GetItemState(dataSet->m_listID, icawave::itemSelected)) {
-            m_removed.push_back(dataSet);
+            icawave::noteTakenOut(dataSet, this);
             package->m_icaDataArray.RemoveAt(k);
         } else {
             ++k;

@@ -4,7 +4,8 @@
 #include "apps/cli/Progress.h"
 #include "apps/cli/Save.h"
 #include "apps/cli/Text.h"
-#include "package/DataSetOwner.h"
+
+#include <icawave/DataSetOwner.h>
 
 #include <Eigen/LU>
 

@@ -6,8 +6,6 @@
 #include <icawave/PackageFile.h>
 #include <icawave/icawave.h>
 
-#include "package/DataSetOwner.h"
-
 #include <cstdint>
 #include <optional>
 #include <string>

@@ -48,8 +48,9 @@ public:
     const CRuntimeClass* GetRuntimeClass() const override;
     CDlgIcaWaveManager() = default;
     explicit CDlgIcaWaveManager(CWnd*) {} // the parent counts when the window is created
-    // Destroys the data sets that "Source Delete" took out of the package, unless its package lists them
-    // again.
+    // Destroys the data sets that "Source Delete" took out of the package and that nothing has destroyed
+    // since. One that a package lists again, whichever, is that package's: setIcaData tells the dialog, and
+    // its own package is asked.
     ~CDlgIcaWaveManager() override;
 
 protected:
@@ -76,5 +77,6 @@ private:
     CTrialIcaDatazq* current() const; // of the list's package; null when there is none
     bool lists(const CTrialIcaDatazq* dataSet) const;
 
-    std::vector<CTrialIcaDatazq*> m_removed; // taken out by "Source Delete"
+    std::vector<std::pair<std::int32_t, std::int32_t>> m_dataSets; // list id and index, during act m_act
+    std::uint64_t m_act = 0;
 };

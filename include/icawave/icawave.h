@@ -3,6 +3,7 @@
 // The host computes decompositions and hands them over; the library holds, inspects, stores and manages them.
 //
 // - FaceIca.h: CFaceIcazq, the package, what a host holds: a list of data sets, one of them current
+// - DataSetOwner.h: DataSetOwner, which owns a data set that no package lists
 // - TrialIcaData.h: CTrialIcaDatazq, one data set (trial): components x samples, time axis, selection
 // - ChnlIcaData.h: CChnlIcaDatazq, one channel of a data set: its values, backup and projection items
 // - IcaParam.h: CIcaParamzq, the parameters of one decomposition: unmixing matrix and companions
@@ -17,6 +18,7 @@
 #pragma once
 
 #include <icawave/ChnlIcaData.h>
+#include <icawave/DataSetOwner.h>
 #include <icawave/FaceIca.h>
 #include <icawave/IcaParam.h>
 #include <icawave/IcaWaveManager.h>

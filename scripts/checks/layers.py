@@ -12,7 +12,7 @@ ROOM_OF_PREFIX = {"platform": "platform", "matrix": "matrix", "channel": "channe
                   "package": "package", "ui": "ui", "apps": "tools", "examples": "tools", "tests": "tools"}
 ROOM_OF_NAME = {  # public headers and record sources, by the beginning of their names
     "Archive": "archive", "Exchange": "archive", "Storable": "archive", "MMatrix": "matrix", "ChnlIcaData": "channel",
-    "IcaParam": "channel", "TrialIcaData": "trial", "FaceIca": "package", "IcaWaveManager": "ui", "IcaDataStd": "trial", "PackageFile": "package", "Crc32c": "platform", "icawave.h": "tools", "Export": "platform"}
+    "IcaParam": "channel", "TrialIcaData": "trial", "FaceIca": "package", "DataSetOwner": "package", "IcaWaveManager": "ui", "IcaDataStd": "trial", "PackageFile": "package", "Crc32c": "platform", "icawave.h": "tools", "Export": "platform"}
 
 KNOTS = [("package/FaceIcazq.cpp", "include/icawave/IcaWaveManager.h"),  # the package opens the dialog that edits it
          ("package/Module.cpp", "ui/Resources.h")]  # the library brings the dialog's resources
