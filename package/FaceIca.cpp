@@ -109,11 +109,12 @@ CTrialIcaDatazq* CFaceIca::checkInitIca4ID(std::int32_t nChnl, std::int64_t nSam
                                            bool zero) {
     if (nChnl < 2 || nSample < 1) return nullptr;
     icawave::DataSetOwner dataSet = icawave::newDataSet();
-    if (!dataSet) return nullptr;
-    dataSet->m_icaName = u"NewIca";
-    if (!dataSet->checkInitSnsIcaData(nChnl, nSample, zero)) return nullptr;
-    m_icaDataArray.Add(dataSet.get());
-    return dataSet.release();
+    if (!dataSet || !dataSet->checkInitSnsIcaData(nChnl, nSample, zero)) return nullptr;
+    const bool listed = icawave::fitsInMemory([&] {
+        dataSet->m_icaName = u"NewIca";
+        m_icaDataArray.Add(dataSet.get());
+    });
+    return listed ? dataSet.release() : nullptr;
 }
 
 std::int32_t CFaceIca::cleanIcaFace() {
