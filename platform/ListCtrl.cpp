@@ -222,6 +222,7 @@ void CListCtrl::applyStates(const std::vector<std::uint32_t>& states, std::int32
     if (rowAt(actedOn) &&
         m_rows[static_cast<std::size_t>(actedOn)].state != states[static_cast<std::size_t>(actedOn)])
         order.push_back(actedOn);
+    const std::uint64_t act = ++m_acts;
     for (const std::int32_t k : order) {
         if (!rowAt(k)) continue;
         const std::uint32_t before =
@@ -231,7 +232,8 @@ void CListCtrl::applyStates(const std::vector<std::uint32_t>& states, std::int32
                     k,
                     0,
                     states[static_cast<std::size_t>(k)],
-                    before});
+                    before,
+                    act});
     }
 }
 

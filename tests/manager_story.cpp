@@ -2,6 +2,9 @@
 #include "tests/ManagerUser.h"
 #include "tests/Support.h"
 
+#include <chrono>
+#include <utility>
+
 namespace {
 
 namespace fs = std::filesystem;

@@ -40,7 +40,7 @@ struct CDlgIcaWaveManager::Handlers {
     }
     static std::intptr_t itemChanged(CWnd& w, std::uintptr_t, std::intptr_t lParam) {
         const auto* notification = reinterpret_cast<const icawave::Notification*>(lParam);
-        return self(w).onItemChanged(static_cast<const icawave::ItemNotification*>(notification)->row);
+        return self(w).onItemChanged(*static_cast<const icawave::ItemNotification*>(notification));
     }
     template <auto act>
     static std::intptr_t command(CWnd& w, std::uintptr_t, std::intptr_t) {
@@ -136,16 +136,27 @@ void CDlgIcaWaveManager::onSourceDelete() {
     m_listIcaWave.refreshRows();
 }
 
-std::intptr_t CDlgIcaWaveManager::onItemChanged(std::int32_t row) {
+// The first data set with the row's number becomes current. One act may change every row of a long list, so
+// the data sets are looked up once for it.
+std::intptr_t CDlgIcaWaveManager::onItemChanged(const icawave::ItemNotification& changed) {
     UpdateData(true);
     CFaceIcazq* package = m_listIcaWave.m_facePkg;
-    for (std::int32_t k = 0; package && k < static_cast<std::int32_t>(package->getTotalIca()); ++k) {
-        const CTrialIcaDatazq* dataSet = package->getIcaData(k);
-        if (!dataSet || dataSet->m_listID != row) continue;
-        package->m_curntIcaDataSetID = k;
-        return 1;
+    if (!package) return 0;
+    if (changed.act == 0 || changed.act != m_act) {
+        icawave::withMemoryException([&] {
+            m_act = 0;
+            m_dataSets.clear();
+            for (std::int32_t k = 0; k < static_cast<std::int32_t>(package->getTotalIca()); ++k)
+                if (const CTrialIcaDatazq* dataSet = package->getIcaData(k))
+                    m_dataSets.emplace_back(dataSet->m_listID, k);
+        });
+        std::sort(m_dataSets.begin(), m_dataSets.end());
+        m_act = changed.act;
     }
-    return 0;
+    const auto found = std::lower_bound(m_dataSets.begin(), m_dataSets.end(), std::pair(changed.row, 0));
+    if (found == m_dataSets.end() || found->first != changed.row) return 0;
+    package->m_curntIcaDataSetID = found->second;
+    return 1;
 }
 
 void CDlgIcaWaveManager::onDelete() {

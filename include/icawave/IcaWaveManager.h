@@ -7,6 +7,7 @@
 #include <icawave/platform/Window.h>
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 class CFaceIcazq;
@@ -69,7 +70,7 @@ private:
     void onSize(std::int32_t cx, std::int32_t cy);
     void onContextMenu(const CWnd* window, std::int32_t x, std::int32_t y);
     void onSourceDelete();
-    std::intptr_t onItemChanged(std::int32_t row);
+    std::intptr_t onItemChanged(const icawave::ItemNotification& changed);
     void onDelete();
     void onRefresh();
     void onNorm();

@@ -35,6 +35,7 @@ struct ItemNotification : Notification {
     std::int32_t column;
     std::uint32_t newState;
     std::uint32_t oldState;
+    std::uint64_t act = 0; // the same for all rows that one act changed, another for the next act; 0: unknown
 };
 
 } // namespace icawave
@@ -107,4 +108,5 @@ private:
     std::uint32_t m_extendedStyle = 0;
     CImageList* m_images[2] = {};
     std::int32_t m_anchor = 0; // where a range of rows begins
+    std::uint64_t m_acts = 0;  // that changed states
 };
