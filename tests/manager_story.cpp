@@ -252,7 +252,10 @@ TEST_F(ManagerStory, SavesAndOpensOneDataSet) {
     user->clickRow(list(), 0);
     user->answerNextFileDialog(temporary / "results.icd");
     user->click(dialog(), Open);
-    EXPECT_EQ(test::stored(*package->getIcaData(0)), bytes);
+    CTrialIcaDatazq& opened = *package->getIcaData(0);
+    EXPECT_EQ(std::exchange(opened.m_listID, 3), 0) << "it keeps its row";
+    EXPECT_EQ(test::stored(opened), bytes);
+    opened.m_listID = 0;
     EXPECT_EQ(column(0), "A B C D") << "the rows wait for the next refresh";
     package->m_curntIcaDataSetID = 50;
     user->answerNextFileDialog(temporary / "other.ICD");
@@ -278,12 +281,16 @@ TEST_F(ManagerStory, FilesThatFailSaySo) {
     user->click(dialog(), Open);
     EXPECT_EQ(user->takeMessages(), Messages{"The opened file is not CIcaData09File or corrupted!"});
     EXPECT_EQ(test::stored(*package->getIcaData(1)), before);
+    package->getIcaData(1)->m_listID = 3;
+    const auto other = test::stored(*package->getIcaData(1));
+    package->getIcaData(1)->m_listID = 1;
     std::ofstream(folder / "cut.icd", std::ios::binary)
-        .write(reinterpret_cast<const char*>(before.data()), 60);
+        .write(reinterpret_cast<const char*>(other.data()), std::ssize(other) - 60);
     user->answerNextFileDialog(temporary / "cut.icd");
     user->click(dialog(), Open);
     EXPECT_EQ(user->takeMessages(), Messages{"unexpected end of file"})
         << "an exception out of a handler is one message";
+    EXPECT_EQ(package->getIcaData(1)->m_listID, 1) << "it keeps its row";
     package->cleanIcaFace();
     user->click(dialog(), Save);
     EXPECT_EQ(user->takeMessages(), none);

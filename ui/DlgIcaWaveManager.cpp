@@ -181,10 +181,22 @@ void CDlgIcaWaveManager::onNorm() {
     AfxMessageBox(CString::Format(u"Ica Normal:%f", dataSet->m_normRMS));
 }
 
+// A file brings the list id that its data set had when it was saved. The row stays the same, so its id does.
 void CDlgIcaWaveManager::onFile(std::int32_t (CTrialIcaDatazq::*operation)()) {
     CTrialIcaDatazq* dataSet =
         m_facePkgFile ? m_facePkgFile->getTrlIcaDataAny() : nullptr; // clamps the current index
-    if (!dataSet || !(dataSet->*operation)()) AfxMessageBox("No ICA data or not selected?");
+    std::int32_t done = 0;
+    if (dataSet) {
+        const std::int32_t row = dataSet->m_listID;
+        try {
+            done = (dataSet->*operation)();
+        } catch (...) {
+            dataSet->m_listID = row;
+            throw;
+        }
+        dataSet->m_listID = row;
+    }
+    if (!done) AfxMessageBox("No ICA data or not selected?");
 }
 
 CTrialIcaDatazq* CDlgIcaWaveManager::current() const {
