@@ -99,7 +99,7 @@ std::int32_t CChnlIcaData09File::exchangeItems(CArchive& archive) {
     exchange(archive, flag);
     if (flag == 0 || m_projectCount < 1) return 1;
     if (archive.IsLoading()) {
-        if (archive.grants(m_projectCount, sizeof(CIcProjectData), smallestItemRecord))
+        if (icawave::isGranted(archive, m_projectCount, sizeof(CIcProjectData), smallestItemRecord))
             m_projectData = icawave::newArray<CIcProjectData>(m_projectCount);
         if (!m_projectData) {
             archive.noteFault("not enough memory for the projection items");

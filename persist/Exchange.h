@@ -53,6 +53,14 @@ inline void foreseeNext(const double* buffer, std::int64_t size) {
         __builtin_prefetch(reinterpret_cast<const void*>(end + k), forWriting, secondLevel);
 }
 
+// As archive.grants. What is refused is told for what it is, since the messages speak of memory.
+inline bool isGranted(CArchive& archive, std::int64_t count, std::int64_t elementBytes,
+                      std::int64_t storedBytes) {
+    const bool granted = archive.grants(count, elementBytes, storedBytes);
+    if (!granted) archive.noteFault("the file ends early, or a count in it is wrong");
+    return granted;
+}
+
 // A buffer of values and its presence flag. Its count stands elsewhere in the record.
 //
 // Loading expects `values` to be released already; a flag other than 0 and a count of at least 1 say that the
@@ -64,7 +72,7 @@ inline bool loadBlock(CArchive& archive, std::int64_t& size, double*& values, bo
     std::int32_t flag = 0;
     archive >> flag;
     if (flag == 0 || size < 1) return true;
-    values = archive.grants(size, sizeof(double), sizeof(double)) ? newArray<double>(size) : nullptr;
+    values = isGranted(archive, size, sizeof(double), sizeof(double)) ? newArray<double>(size) : nullptr;
     if (!values) {
         size = 0;
         return archive.reject("Not enough memory!") != 0;
@@ -74,9 +82,8 @@ inline bool loadBlock(CArchive& archive, std::int64_t& size, double*& values, bo
     const std::int64_t got = archive.Read(values, wanted);
     if (got == wanted) return true;
     std::fill(values + got / static_cast<std::int64_t>(sizeof(double)), values + size, 0.0);
-    if (!partIsEnough || got <= 0) return archive.reject(shortBlock) != 0;
-    archive.noteFault("a block ends early"); // for whoever asks; it is no failure
-    return true;
+    archive.noteFault("the file ends early"); // for whoever asks: a part may be no failure
+    return (partIsEnough && got > 0) || archive.reject(shortBlock) != 0;
 }
 
 inline void storeBlock(CArchive& archive, std::int64_t size, const double* values, bool present) {

@@ -55,7 +55,8 @@ Walked Walk::run() {
     while (moveToSlot()) walkSlot();
     loadOwnFields();
     if (m_found.recordEnd < m_file.size() && isIndexAt(m_file, m_found.recordEnd))
-        m_found.faults.push_back({m_found.recordEnd, "index", "the index is damaged"});
+        m_found.faults.push_back(
+            {m_found.recordEnd, "index", "the index is damaged, or the file ends early"});
     return std::move(m_found);
 }
 
@@ -96,7 +97,7 @@ bool Walk::moveToSlot() {
 void Walk::walkSlot() {
     const std::optional<std::int32_t> flag = flagAt(m_position);
     if (!flag) {
-        addFault(m_file.size(), "the file ends before the last data set");
+        addFault(m_file.size(), "the file ends early, before the last data set");
         return;
     }
     const std::int64_t begin = m_position + slotFlagBytes;
@@ -136,7 +137,7 @@ void Walk::loadOwnFields() {
         m_found.index.info = std::move(info);
         m_found.recordEnd = end;
     } catch (const CArchiveException&) {
-        addFault(m_position, "the package's own fields are lost");
+        addFault(m_position, "the file ends early: the package's own fields are lost");
     } catch (const COleException&) {
         addFault(m_position, "the package's own fields are lost");
     }

@@ -88,7 +88,7 @@ std::int32_t CTrialIcaData09File::_01serializeIcaData(CArchive& archive) {
     exchange(archive, flag);
     if (flag == 0) return 1;
     if (archive.IsLoading()) {
-        if (archive.grants(m_chnlTotal, sizeof(CChnlIcaDatazq), smallestChannelRecord))
+        if (icawave::isGranted(archive, m_chnlTotal, sizeof(CChnlIcaDatazq), smallestChannelRecord))
             m_chnlIcaData = icawave::newArray<CChnlIcaDatazq>(m_chnlTotal);
         if (!m_chnlIcaData) {
             archive.noteFault("not enough memory for the channels");
