@@ -109,10 +109,11 @@ void AtomicFile::finish() {
 
 void AtomicFile::requireExpected() const {
     if (!m_expected) return;
-    const std::optional<FileState> now = stateOf(m_path.utf8().c_str());
-    if (!now && errno != ENOENT) fail(errno);
-    if (now && *now != *m_expected)
-        throw FileError(m_path, "was changed by another program since it was opened");
+    const std::optional<FileState> now = FileState::of(m_path);
+    if (!now || *now == *m_expected) return;
+    const bool isNew = *m_expected == FileState{};
+    throw FileError(m_path, isNew ? "was made by another program meanwhile"
+                                  : "was changed by another program since it was opened");
 }
 
 void AtomicFile::fail(int systemError) const {

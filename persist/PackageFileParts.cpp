@@ -72,10 +72,11 @@ std::string systemText(int error) {
     return std::system_category().message(error);
 }
 
-std::optional<FileState> stateOf(const char* path) {
+std::optional<FileState> FileState::of(const CString& path) {
     struct stat status;
-    if (::stat(path, &status) != 0) return std::nullopt;
-    return stateOf(status);
+    if (::stat(systemPath(path).c_str(), &status) == 0) return stateOf(status);
+    if (errno != ENOENT) throw FileError(path, systemText(errno));
+    return std::nullopt;
 }
 
 InputFile::InputFile(const CString& path, const std::string& name, std::function<void(std::int64_t)> whenRead)

@@ -33,7 +33,6 @@ private:
 
 std::string systemPath(const CString& path); // FileError when the system would see another one
 std::string systemText(int error);
-std::optional<FileState> stateOf(const char* path); // nothing, and errno, when the system refuses
 
 // A file that is read at any place. What the system refuses is FileError.
 class InputFile {

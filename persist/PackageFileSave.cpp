@@ -137,7 +137,7 @@ void PackageFile::putInPlace(AtomicFile& file) {
     m_contents = std::move(written);
 }
 
-std::vector<ArchiveFault> PackageFile::salvage(const CString& path) const {
+std::vector<ArchiveFault> PackageFile::salvage(const CString& path, std::optional<FileState> expected) const {
     std::vector<ArchiveFault> found;
     withPath(path, [&] {
         std::vector<std::int64_t> sound;
@@ -146,7 +146,7 @@ std::vector<ArchiveFault> PackageFile::salvage(const CString& path) const {
         for (std::int64_t k = 0; k < m_contents->count(); ++k)
             if (!std::binary_search(sound.begin(), sound.end(), k))
                 leaveOut(k, info().current, salvaged.current);
-        AtomicFile file(path);
+        AtomicFile file(path, expected);
         PackageWriter writer(file, static_cast<std::int32_t>(sound.size()), salvaged);
         for (const std::int64_t k : sound) writer.copy(*this, k);
         writer.finish();

@@ -388,6 +388,9 @@ TEST_F(PackageFiles, AFileThatChangedSinceIsReplacedOnlyByForce) {
     PackageFile late = open();
     systemCalls.whileSyncing = [&] { write(file, theirs); };
     EXPECT_THROW(late.replace(package), FileError);
+    fs::remove(file);
+    EXPECT_THROW(other.salvage(file.string(), FileState{}), FileError) << "theirs came where none was";
+    EXPECT_THROW(AtomicFile(file.string(), FileState{}), FileError);
     systemCalls.whileSyncing = [] {};
     EXPECT_EQ(test::contents(file), theirs);
     EXPECT_EQ(filesInFolder(), 1);

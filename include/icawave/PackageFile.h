@@ -48,6 +48,9 @@ private:
 
 // Which file a path led to, and in which state.
 struct FileState {
+    // Nothing when there is no file. FileError when the system does not tell.
+    ICAWAVE_EXPORT static std::optional<FileState> of(const CString& path);
+
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
     std::int64_t size = 0;     // bytes
@@ -64,7 +67,7 @@ struct FileState {
 class ICAWAVE_EXPORT AtomicFile : public CFile {
 public:
     // Open for writing. With `expected`, a file at the path that is in another state is refused here and by
-    // commit.
+    // commit; FileState{} expects that there is none.
     explicit AtomicFile(const CString& path, std::optional<FileState> expected = std::nullopt);
     ~AtomicFile() override;
 
@@ -155,8 +158,9 @@ public:
     // first.
     std::vector<ArchiveFault> load(CFaceIcazq& package) const;
     // Saves a package of every undamaged data set, their records byte for byte, to another path, as `save`
-    // does. Returns the faults of check. Current becomes what is after load.
-    std::vector<ArchiveFault> salvage(const CString& path) const;
+    // does. Returns the faults of check. Current becomes what is after load. `expected` as of AtomicFile.
+    std::vector<ArchiveFault> salvage(const CString& path,
+                                      std::optional<FileState> expected = std::nullopt) const;
 
     // Stores a package at a path, whatever stands there. A failure leaves that as it was (see AtomicFile).
     static void save(const CString& path, CFaceIcazq& package);
