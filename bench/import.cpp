@@ -21,7 +21,9 @@ int main(int argc, char** argv) {
         std::ostringstream report;
         std::streambuf* const out = std::cout.rdbuf(report.rdbuf());
         bench::comparePairs(
-            state, [&] { return bench::seconds([&] { icawave::cli::importSet(source, target); }); },
+            state, [&] { return bench::seconds([&] {
+                             icawave::cli::importSet(source, {target, true});
+                         }); },
             [&] {
                 double sum = 0.0;
                 const double time = bench::seconds([&] {

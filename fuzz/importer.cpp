@@ -89,7 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::cout.setstate(std::ios::failbit); // its report is not wanted
     bool imported = false;
     try {
-        icawave::cli::importSet(source, target);
+        icawave::cli::importSet(source, {target, false});
         imported = true;
     } catch (const std::runtime_error&) { // what is wrong with the file
     }

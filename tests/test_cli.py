@@ -1,12 +1,16 @@
 """The command line: test_cli.py ICAWAVE GOLDEN_DIR"""
 import csv
 import json
+import os
 import pathlib
+import pty
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 import numpy as np
@@ -36,11 +40,11 @@ class Case(unittest.TestCase):
         self.assertEqual((done.returncode, done.stderr), (0, b""), words)
         return done.stdout.decode()
 
-    def bad(self, pattern, *words):
-        """Status 1 and one line on stderr that the pattern describes. Returns stdout."""
+    def bad(self, pattern, *words, status=2):
+        """The status, and one line on stderr that the pattern describes. Returns stdout."""
         done = self.run_it(*words)
         error = done.stderr.decode()
-        self.assertEqual(done.returncode, 1, words)
+        self.assertEqual(done.returncode, status, words)
         self.assertRegex(error, r"\Aicawave: [^\n]*\n\Z")
         self.assertRegex(error, pattern)
         return done.stdout.decode()
@@ -55,7 +59,7 @@ class Records(Case):
         self.assertGreater(len(sound), 50)
         for case in sound:
             with self.subTest(case["name"]):
-                self.good("copy", GOLDEN / case["file"], "copy")
+                self.good("copy", GOLDEN / case["file"], "copy", "--force")
                 self.assertEqual((self.folder / "copy").read_bytes(), (GOLDEN / case["resave"]).read_bytes())
 
     def test_dump_and_check_agree_with_the_expected_outcomes(self):
@@ -69,11 +73,12 @@ class Records(Case):
             file = GOLDEN / case["file"]
             with self.subTest(case["name"]):
                 done = self.run_it("dump", file)
-                self.assertEqual(done.returncode, 1 if faults[0] else 0)
+                self.assertEqual(done.returncode, 2 if faults[0] else 0)
                 if done.stdout and '"any"' not in json.dumps(outcomes):
                     self.assertIn(json.loads(done.stdout)["object"], [o["object"] for o in outcomes])
                 if faults[0]:
-                    self.bad(r"at byte \d+ in |neither a package nor a data set file", "check", file)
+                    other = b"neither a package nor a data set file" in done.stderr
+                    self.bad(r"at byte \d+ in |neither ", "check", file, status=2 if other else 1)
                     self.bad("icawave", "copy", file, "copy")
                     self.assertEqual(list(self.folder.iterdir()), [])
                 else:
@@ -99,7 +104,7 @@ class Import(Case):
         return fields
 
     def values(self, trial):
-        self.good("export", "out.icpkg", "-d", trial, "-o", "v.npy")
+        self.good("export", "out.icpkg", "-d", trial, "-o", "v.npy", "--force")
         return np.load(self.folder / "v.npy")
 
     def test_values_and_parameters(self):
@@ -115,7 +120,7 @@ class Import(Case):
         for name, changes in table.items():
             with self.subTest(name):
                 eeg = self.make(**changes)
-                report = self.good("import", "in.set", "-o", "out.icpkg")
+                report = self.good("import", "in.set", "-o", "out.icpkg", "--force")
                 data = samples if isinstance(eeg["data"], str) else eeg["data"]
                 data = np.asarray(data, float).reshape(3, 5, -1)
                 used = np.ravel(eeg["icachansind"]).astype(int) - 1
@@ -153,8 +158,9 @@ class Import(Case):
                  (dict(event={"type": "x"}), "not imported: events, 1 channel outside")]
         for changes, pattern in table:
             self.make(**changes)
-            self.assertRegex(self.good("import", "in.set", "-o", "out.icpkg"), pattern)
+            self.assertRegex(self.good("import", "in.set", "-o", "out.icpkg", "--force"), pattern)
             first = self.dump("out.icpkg")
+            self.assertIn(f"Hidden components  {int('reject' in changes)} of 2\n", self.good("info", "out.icpkg"))
             shown = [first[f"m_icaDataArray[1].m_chnlIcaData[{k}].m_show"] for k in range(2)]
             self.assertEqual(shown, [1, 0] if "reject" in changes else [1, 1])
             self.assertEqual(first["m_icaDataArray[0].m_icaParam.m_Wsecond.rows"], 0 if pattern == "singular" else 2)
@@ -203,8 +209,12 @@ class Tables(Case):
         self.assertEqual(lines[2].split(), r"1 a\u000a\u001b[31m,é trial 2 5 2 0 0 0 4 Back shown".split())
         self.assertEqual(len({line.index(word) for line, word in zip(lines, ("Current", "Front", "Back"))}), 1)
         info = json.loads(self.good("info", "p.icpkg", "--json"))
-        self.assertEqual(info["shapes"], [{"count": 2, "components": 2, "samples": 5}])
-        self.assertEqual((info["dataSets"], info["current"], info["hiddenComponents"]), (2, 0, 0))
+        self.assertEqual(info["shapes"], [{"dataSetCount": 2, "components": 2, "samples": 5}])
+        self.assertEqual((info["dataSetCount"], info["currentIndex"]), (2, 0))
+        scipy.io.savemat(self.folder / "in.set", {"EEG": small_set(reject={"gcompreject": np.array([[0, 1]])})})
+        self.good("import", "in.set", "-o", "hidden.icpkg")
+        self.good("merge", "p.icpkg", "hidden.icpkg", "-o", "m")
+        self.assertIn("Hidden components  0 of 2 in every data set, 1 more in some\n", self.good("info", "m"))
         self.assertIn("2 x (nIca 2, nComp 2, nSample 5, unmixing 2 x 2", self.good("info", "p.icpkg"))
 
     def test_export_keeps_every_bit(self):
@@ -225,8 +235,12 @@ class Tables(Case):
 
     def test_norm_and_sum(self):
         before = np.load(self.export("p.icpkg", 1))
+        means = [("Min", before[1].min()), ("Mean", before[1].mean()), ("Max", before[1].max()),
+                 ("MeanMagnitude", np.abs(before[1]).mean()), ("RMS", np.sqrt((before[1]**2).mean()))]
+        for label, value in means:
+            self.assertRegex(self.good("stats", "-d", 1, "--components", "p.icpkg"), f"  ICA2 .*{label}: {str(value)[:6]}")
         rms = np.sqrt((before**2).sum() / 2)
-        self.assertRegex(self.good("norm", "p.icpkg", "-d", 1, "-o", "n.icpkg"), r"^divided by [\d.]+\n$")
+        self.assertRegex(self.good("norm", "p.icpkg", "-d", 1, "-o", "n.icpkg"), rf"^divided by {rms:.6}\d* = sqrt\(sum of squares / components\)\n$")
         np.testing.assert_allclose(np.load(self.export("n.icpkg", 1)), before / rms, rtol=1e-14)
         np.testing.assert_array_equal(np.load(self.export("n.icpkg", 0)), np.load(self.export("p.icpkg", 0)))
         self.bad("has no values", "norm", GOLDEN / "default_dataset.bin", "-o", "x")
@@ -235,25 +249,31 @@ class Tables(Case):
         np.testing.assert_array_equal(np.load(self.export("s.icpkg", 0)), total)
         self.assertEqual(self.dump("s.icpkg")["m_icaDataArray"], 1)
         several = GOLDEN / "package_several.bin"
-        self.assertEqual(self.good("sum", several, "-o", "s.icpkg"), "1 data set summed; of another size: 1, 2, 3, 4\n")
+        self.assertEqual(self.good("sum", several, "-o", "s.icpkg", "--force"), "1 data set summed; of another size: 1, 2, 3, 4\n")
         self.assertFalse((self.folder / "x").exists())
 
     def export(self, file, index):
-        self.good("export", file, "-d", index, "-o", "v.npy")
+        self.good("export", file, "-d", index, "-o", "v.npy", "--force")
         return self.folder / "v.npy"
 
     def test_usage_and_file_errors(self):
         (self.folder / "junk").write_bytes(b"junk")
-        table = [([], "subcommand"), (["frob"], "subcommand"), (["list"], "FILE is required"), (["list", "none"], "none: No such"),
+        table = [([], "subcommand"), (["frobnicate"], "no command frobnicate: icawave --help"), (["lits"], "did you mean list?"), (["list"], "FILE is required"), (["list", "none"], "none: No such"),
                  (["list", "."], "is a directory"), (["info", "junk"], "junk: neither a package nor"),
                  (["export", "p.icpkg", "-o", "v.csv"], "needs -d"), (["export", "p.icpkg", "-d", "x", "-o", "v.csv"], "-d"),
                  (["export", "p.icpkg", "-d", "2", "-o", "v.csv"], "no data set 2; the file holds 2"),
-                 (["export", "p.icpkg", "-d", "-1", "-o", "v.csv"], "no data set -1"),
+                 (["export", "p.icpkg", "-d", "-1", "-o", "v.csv"], "-d -1: is not"),
+                 *((["extract", "p.icpkg", "-d", numbers, "-o", "x"], f"-d {numbers}: is not a data set's number")
+                   for numbers in ("", "0,", "1-0", "0-", "0x1", "99999999999", "0 1")),
+                 (["extract", "p.icpkg", "-d", "0-2000000000", "-o", "x"], "no data set 2000000000"),
+                 (["export", "p.icpkg", "-d", "0-1", "-o", "v.npy"], "the number of one data set"),
+                 (["import", "in.set", "p.icpkg", "-o", "x"], "x: is not a folder"),
+                 (["import", "in.set", "./in.set", "-o", "."], "would be made of in.set and of ./in.set"),
                  (["export", "p.icpkg", "-d", "0", "-o", "v.txt"], "must end in"),
                  (["copy", "p.icpkg", "/dev/full"], "no space"), (["copy", "p.icpkg", "."], "Is a directory"),
                  (["copy", "p.icpkg", "none/x"], "No such"), (["norm", "p.icpkg", "-d", 2, "-o", "x"], "no data set 2"),
                  (["import", "none", "-o", "x"], "none: No such"), (["import", "junk", "-o", "x"], "junk: "),
-                 (["import", "in.set", "-o", "in.set"], "is the file to import"), (["list", "a\nb"], r"a\\u000ab")]
+                 (["import", "in.set", "-o", "in.set"], "is a file that is read"), (["list", "a\nb"], r"a\\u000ab")]
         before = sorted(self.folder.iterdir())
         for words, pattern in table:
             with self.subTest(words):
@@ -265,7 +285,7 @@ class Tables(Case):
             failed = subprocess.run([ICAWAVE, "list", self.folder / "p.icpkg"], stdout=full, stderr=subprocess.PIPE)
         closed = subprocess.run(f"'{ICAWAVE}' list '{self.folder}/p.icpkg' >&-", shell=True, stderr=subprocess.PIPE)
         for done in (failed, closed):
-            self.assertEqual((done.returncode, done.stderr), (1, b"icawave: standard output: cannot be written\n"))
+            self.assertEqual((done.returncode, done.stderr), (2, b"icawave: standard output: cannot be written\n"))
 
 
 class Packages(Case):
@@ -292,14 +312,21 @@ class Packages(Case):
     def test_salvage_loses_the_damaged_data_set_alone(self):
         self.assertIn("4 data sets", self.good("check", "p.icpkg"))
         self.write("bad", self.damaged(2))
-        self.assertIn("FACEICA, TRIALICADATA 2\n", self.bad("data set|bytes", "check", "bad"))
-        self.assertRegex(self.good("salvage", "bad", "-o", "out"), r"TRIALICADATA 2\nout: 3 data sets\n$")
-        self.good("extract", "p.icpkg", "-d", 0, 1, 3, "-o", "expected")
+        self.assertIn("FACEICA, TRIALICADATA 2\n", self.bad("data set|bytes", "check", "bad", status=1))
+        lost = self.run_it("salvage", "bad", "-o", "out")
+        self.assertEqual((lost.returncode, lost.stderr), (1, b""))
+        self.assertRegex(lost.stdout, rb"TRIALICADATA 2\nout: 3 data sets\n$")
+        self.good("extract", "p.icpkg", "-d", "0-1,03", "-o", "expected")
         self.same("out", "expected")
+        self.write("bad index", self.bytes[:-20])
+        self.assertIn("out: 4 data sets", self.good("salvage", "bad index", "-o", "out", "--force"))
+        self.same("out", "p.icpkg")
+        self.good("salvage", "p.icpkg", "-o", "again")
+        self.same("out", "again")
         self.good("export", "bad", "-d", 3, "-o", "v.icd")
         self.good("export", "p.icpkg", "-d", 3, "-o", "w.icd")
         self.same("v.icd", "w.icd")
-        for words, pattern in [(["salvage", "bad", "-o", "./bad"], "is the file to salvage"),
+        for words, pattern in [(["salvage", "bad", "-o", "./bad", "--force"], "is a file that is read"),
                                (["salvage", "v.icd", "-o", "x"], "not a package"),
                                (["export", "bad", "-d", "2", "-o", "x.icd"], "TRIALICADATA 2"),
                                (["extract", "bad", "-d", "2", "-o", "x"], "TRIALICADATA 2"),
@@ -316,7 +343,7 @@ class Packages(Case):
         self.good("merge", "0", "1", "2.icd", "3", "-o", "merged")
         self.good("copy", "p.icpkg", "copied")
         self.same("p.icpkg", "merged", "copied")
-        self.good("extract", "p.icpkg", "-d", 3, 0, "-o", "turned")
+        self.good("extract", "-d", 3, "-o", "turned", "-d0", "p.icpkg")
         self.assertEqual([(row["name"], row["current"]) for row in self.rows("turned")],
                          [("réc trial 4", False), ("réc trial 1", True)])
 
@@ -340,11 +367,11 @@ class Packages(Case):
     def test_diff_tells_every_field(self):
         self.assertEqual(self.good("diff", "p.icpkg", "p.icpkg"), "")
         self.good("norm", "p.icpkg", "-d", 1, "-o", "n")
-        out = self.bad(r"n: differs from p\.icpkg in \d fields", "diff", "p.icpkg", "n")
+        out = self.bad(r"n: differs from p\.icpkg in \d fields", "diff", "p.icpkg", "n", status=1)
         self.assertRegex(out, r"(?m)^m_icaDataArray\[1\]\.m_chnlIcaData\[1\]\.m_data: 5 of 5 values, first \[0\]: ")
         self.assertNotIn("m_icaDataArray[0]", out)
         self.good("extract", "p.icpkg", "-d", 0, "-o", "0")
-        self.assertEqual(self.bad("in 1 field\n", "diff", "p.icpkg", "0"), "data sets: 4 | 1\n")
+        self.assertEqual(self.bad("in 1 field\n", "diff", "p.icpkg", "0", status=1), "data sets: 4 | 1\n")
         self.good("export", "p.icpkg", "-d", 0, "-o", "0.icd")
         self.bad("not the same kind", "diff", "0", "0.icd")
         record = (self.folder / "0.icd").read_bytes()
@@ -352,7 +379,105 @@ class Packages(Case):
         value = np.load(self.folder / "v.npy")[1, 3].tobytes()
         self.write("zero.icd", record.replace(value, bytes(8)))
         self.write("minus.icd", record.replace(value, bytes(7) + b"\x80"))
-        self.assertIn("0 | -0", self.bad("in 1 field", "diff", "zero.icd", "minus.icd"))
+        self.assertIn("0 | -0", self.bad("in 1 field", "diff", "zero.icd", "minus.icd", status=1))
+
+    def test_a_file_that_is_cut_short_says_so(self):
+        self.good("export", "p.icpkg", "-d", 0, "-o", "v.icd")
+        for whole in (self.bytes, (self.folder / "v.icd").read_bytes()):
+            for length in range(60, len(whole), 61):
+                self.write("cut", whole[:length])
+                done = self.run_it("check", "cut")
+                self.assertRegex(done.stdout + done.stderr, b"file ends early|unexpected end of file", length)
+                self.assertEqual((done.returncode, b"memory" in done.stderr), (1, False))
+
+    def test_nothing_is_replaced_that_nobody_meant_to(self):
+        """(arguments before the target, the target, a file that is read)"""
+        samples = np.arange(60, dtype="<f4")
+        self.write("s.fdt", samples.tobytes())
+        scipy.io.savemat(self.folder / "s.set", {"EEG": small_set(trials=4, data="s.fdt")})
+        self.good("export", "p.icpkg", "-d", 0, "-o", "0.icd")
+        for name in ("p.icpkg", "0.icd", "s.set", "s.fdt"):
+            (self.folder / f"soft-{name}").symlink_to(name)
+            (self.folder / f"hard-{name}").hardlink_to(self.folder / name)
+        table = [("import s.set -o", "s.icpkg", "s.set"), ("import s.set -o", "s.icpkg", "s.fdt"),
+                 ("export p.icpkg -d 0 -o", "v.npy", None), ("export p.icpkg -d 0 -o", "v.csv", None),
+                 ("export 0.icd -o", "v.icd", "0.icd"), ("copy p.icpkg", "c", "p.icpkg"), ("sum p.icpkg -o", "s", "p.icpkg"),
+                 ("salvage p.icpkg -o", "s", "p.icpkg"), ("extract p.icpkg -d 1 -o", "e", "p.icpkg"),
+                 ("merge 0.icd p.icpkg -o", "m", "p.icpkg"), ("norm p.icpkg -d 1 -o", "n", None)]
+        for words, target, read in table:
+            with self.subTest(words):
+                words = words.split()
+                self.good(*words, target, "--force")
+                written = (self.folder / target).read_bytes()
+                self.write(target, b"precious")
+                self.bad("exists already; --force", *words, target)
+                self.assertEqual((self.folder / target).read_bytes(), b"precious")
+                self.good(*words, target, "--force")
+                self.assertEqual((self.folder / target).read_bytes(), written)
+                contents = lambda: {path: path.read_bytes() for path in self.folder.iterdir()}
+                before = contents()
+                for prefix in ("", "./", "soft-", "hard-", f"{self.folder}/") if read else ():
+                    self.bad("is a file that is read here", *words, prefix + read, "--force")
+                self.assertEqual(before, contents())
+        self.good("norm", "p.icpkg", "-d", 1, "-o", "./p.icpkg", "--force")
+        self.same("p.icpkg", "n")
+
+    def test_a_target_that_changes_meanwhile_is_kept(self):
+        """The command is stopped while it writes; then its line tells the progress, too."""
+        for before, pattern in ((None, "was made by another"), (b"old", "was changed by another")):
+            if before:
+                self.write("out", before)
+            here, there = pty.openpty()
+            merging = subprocess.Popen([ICAWAVE, "merge", *["p.icpkg"] * 3000, "-o", "out", "--force"], cwd=self.folder, stderr=there)
+            while not list(self.folder.glob(".icawave-*")):
+                self.assertIsNone(merging.poll())
+            merging.send_signal(signal.SIGSTOP)
+            self.write("out", b"precious")
+            time.sleep(0.3)
+            merging.send_signal(signal.SIGCONT)
+            self.assertEqual(merging.wait(60), 2)
+            self.assertRegex(os.read(here, 9999).decode(), rf"(?s)reading p.icpkg: \d\d %, \d s left\r.*{pattern}")
+            self.assertEqual((self.folder / "out").read_bytes(), b"precious")
+            os.close(there)
+            os.close(here)
+
+    def test_several_files(self):
+        self.write("bad", self.damaged(1))
+        for command, text in [("list", "trial 4"), ("info", "Data sets          4"), ("stats", "trial 4 Min"), ("check", "4 data")]:
+            self.assertEqual(self.good(command, "p.icpkg", "p.icpkg").count(text), 2)
+            done = self.run_it(command, "none", "bad", "p.icpkg")
+            self.assertEqual((done.returncode, done.stdout.decode().count(text) > 0), (2, True))
+            self.assertRegex(done.stderr, rb"\Aicawave: none: No such[^\n]*\n(icawave: bad: [^\n]*\n)?\Z")
+        self.assertEqual(self.run_it("check", "p.icpkg", "bad", "p.icpkg").returncode, 1)
+        (self.folder / "o").mkdir()
+        self.write("junk.set", b"junk")
+        self.bad("junk.set: ", "import", "junk.set", "in.set", "-o", "o")
+        self.assertEqual([path.name for path in (self.folder / "o").iterdir()], ["in.icpkg"])
+        self.same("o/in.icpkg", "p.icpkg")
+
+    def test_a_key_means_one_thing(self):
+        keys = {}
+        def note(pairs):
+            for name, value in pairs:
+                keys.setdefault(name, set()).add(float if isinstance(value, int) and not isinstance(value, bool) else type(value))
+        for words in (["list"], ["info"], ["stats", "--components", "-d", "1-2", "-d", "003"]):
+            for line in self.good(*words, "--json", "p.icpkg", "p.icpkg").splitlines():
+                json.loads(line, object_pairs_hook=note)
+        self.assertEqual({name for name, types in keys.items() if len(types) > 1}, set())
+        readme = (pathlib.Path(__file__).parent.parent / "README.md").read_text()
+        self.assertEqual([name for name in keys if f"`{name}`" not in readme], [])
+
+    def test_the_readme_lists_the_commands(self):
+        readme = (pathlib.Path(__file__).parent.parent / "README.md").read_text()
+        helped = re.findall(r"(?m)^  ([a-z]+)  +[A-Z]", self.good("--help").partition("ommands:")[2])
+        self.assertEqual(re.findall(r"(?m)^    icawave ([a-z]+)", readme), helped)
+        for name in helped:
+            self.assertIn(f"Usage: icawave {name}", self.good(name, "--help"))
+        self.assertRegex(self.good("--version"), r"^icawave \d+\.\d+\.\d+\n$")
+
+    def test_a_closed_pipe_ends_silently(self):
+        done = subprocess.run(f"'{ICAWAVE}' list {'p.icpkg ' * 999} | head -1", shell=True, cwd=self.folder, capture_output=True)
+        self.assertEqual((done.stdout, done.stderr), (b"p.icpkg:\n", b""))
 
 
 if __name__ == "__main__":

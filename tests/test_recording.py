@@ -44,7 +44,7 @@ class Recording(unittest.TestCase):
         used = eeg["icachansind"].ravel() - 1
         for trial in (0, 1, 40, 79):
             expected = eeg["icaweights"] @ eeg["icasphere"] @ data[used, :, trial]
-            self.icawave("export", "r.icpkg", "-d", trial, "-o", "v.npy")
+            self.icawave("export", "r.icpkg", "-d", trial, "-o", "v.npy", "--force")
             values = np.load(self.folder / "v.npy")
             self.assertLess(np.linalg.norm(values - expected), 1e-12 * np.linalg.norm(expected))
         self.icawave("export", "r.icpkg", "-d", 79, "-o", "v.icd")

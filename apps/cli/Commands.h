@@ -1,33 +1,41 @@
-// The commands of the command line, one function each. Results go to stdout; what is wrong is thrown and
-// becomes one line on stderr. A command that was thrown out of ends the program with status 1.
+// The commands of the command line. Each registers itself beside its code: options, help, and the work that
+// is called once all options are read. Results go to stdout; what is wrong is thrown and becomes one line on
+// stderr.
 #pragma once
 
-#include <cstdint>
-#include <optional>
+#include "apps/cli/Save.h"
+
+#include <array>
 #include <string>
-#include <vector>
+
+namespace CLI {
+class App;
+}
 
 namespace icawave::cli {
 
-void importSet(const std::string& source, const std::string& target);
-void list(const std::string& file, bool json);
-void info(const std::string& file, bool json);
-// The format follows from the target's extension: .csv, .npy or .icd. Without an index: the one data set of a
-// data set file.
-void exportDataSet(const std::string& file, std::optional<std::int32_t> index, const std::string& target);
-void check(const std::string& file);
-void dumpFile(const std::string& file);
-void copy(const std::string& source, const std::string& target);
-void diff(const std::string& first, const std::string& second); // thrown out of when they differ
+void addImport(CLI::App& app);
+void addList(CLI::App& app);
+void addInfo(CLI::App& app);
+void addStats(CLI::App& app);
+void addExport(CLI::App& app);
+void addNorm(CLI::App& app);
+void addSum(CLI::App& app);
+void addCheck(CLI::App& app);
+void addSalvage(CLI::App& app);
+void addExtract(CLI::App& app);
+void addMerge(CLI::App& app);
+void addDiff(CLI::App& app);
+void addIndex(CLI::App& app);
+void addDump(CLI::App& app);
+void addCopy(CLI::App& app);
 
-void salvage(const std::string& source, const std::string& target);
-void addIndex(const std::string& file);
-void extract(const std::string& source, const std::vector<std::int32_t>& indices, const std::string& target);
-void merge(const std::vector<std::string>& sources, const std::string& target);
+// In the order of the help and of the README.
+inline constexpr std::array allCommands = {addImport, addList, addInfo,  addStats,   addExport,
+                                           addNorm,   addSum,  addCheck, addSalvage, addExtract,
+                                           addMerge,  addDiff, addIndex, addDump,    addCopy};
 
-// Without an index: all data sets.
-void stats(const std::string& file, std::optional<std::int32_t> index, bool components, bool json);
-void norm(const std::string& file, std::optional<std::int32_t> index, const std::string& target);
-void sum(const std::string& file, const std::string& target);
+// A package of an EEGLAB data set's trials.
+void importSet(const std::string& source, const Output& target);
 
 } // namespace icawave::cli

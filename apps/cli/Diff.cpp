@@ -1,4 +1,5 @@
 // icawave diff: which fields and values of two files differ, bit for bit.
+#include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Fields.h"
 #include "apps/cli/Load.h"
@@ -110,9 +111,12 @@ void setOwnFields(CFaceIcazq& package, const PackageInfo& info) {
     package.m_curntIcaDataSetID = info.current;
 }
 
-} // namespace
+struct Options {
+    std::string first, second;
+};
 
-void diff(const std::string& first, const std::string& second) {
+void diff(const Options& options) {
+    const auto& [first, second] = options;
     Input a(first), b(second);
     a.requireSound();
     b.requireSound();
@@ -130,7 +134,18 @@ void diff(const std::string& first, const std::string& second) {
         differences.compare(prefix, a.dataSet(k), b.dataSet(k));
     }
     if (differences.count() > 0)
-        throw Failure(second, "differs from " + first + " in " + counted(differences.count(), "field"));
+        throw Failure(second, "differs from " + first + " in " + counted(differences.count(), "field"),
+                      finding);
+}
+
+} // namespace
+
+void addDiff(CLI::App& app) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& command = addCommand(
+        app, "diff", "Tell which fields and values of two files differ, bit for bit", options, diff);
+    addFile(command, options->first, "A");
+    addFile(command, options->second, "B", "the file to compare it with");
 }
 
 } // namespace icawave::cli

@@ -1,4 +1,5 @@
 // icawave export: the values of one data set for other programs, or the data set as a file of its own.
+#include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Load.h"
 #include "apps/cli/Save.h"
@@ -65,22 +66,40 @@ void writeNpy(CFile& file, CTrialIcaDatazq& d) {
     }
 }
 
-} // namespace
+struct Options {
+    std::string file;
+    std::vector<std::string> dataSet;
+    Target target;
+};
 
-void exportDataSet(const std::string& file, std::optional<std::int32_t> index, const std::string& target) {
-    const bool csv = target.ends_with(".csv");
-    const bool npy = target.ends_with(".npy");
-    if (!csv && !npy && !target.ends_with(".icd"))
-        throw Failure(target, "the name must end in .csv, .npy or .icd");
+void exportDataSet(const Options& options) {
+    const std::string& path = options.target.path;
+    const bool csv = path.ends_with(".csv");
+    const bool npy = path.ends_with(".npy");
+    if (!csv && !npy && !path.ends_with(".icd"))
+        throw Failure(path, "the name must end in .csv, .npy or .icd");
 
-    Input input(file);
+    const Output target = options.target.output({options.file});
+    Input input(options.file);
     input.requireSound();
-    CTrialIcaDatazq& dataSet = input.dataSet(input.checked(index));
+    CTrialIcaDatazq& dataSet = input.dataSet(input.chosenOne(options.dataSet));
     save(target, [&](CFile& out) {
         if (csv) return writeCsv(out, dataSet);
         if (npy) return writeNpy(out, dataSet);
         store(out, dataSet);
     });
+}
+
+} // namespace
+
+void addExport(CLI::App& app) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& command = addCommand(
+        app, "export", "Write the values of one data set (.csv, .npy) or the data set itself (.icd)", options,
+        exportDataSet);
+    addFile(command, options->file);
+    addDataSets(command, options->dataSet, "the data set, counted from 0; needed for a package");
+    addTarget(command, options->target);
 }
 
 } // namespace icawave::cli

@@ -48,7 +48,8 @@ struct Parameters {
 
 class Importer {
 public:
-    explicit Importer(const std::string& source) : m_set(source), m_parameters(m_set) {
+    explicit Importer(const std::string& source)
+        : m_set(source), m_folder(std::filesystem::path(source).parent_path()), m_parameters(m_set) {
         const std::filesystem::path path(source);
         m_name = m_set.name.IsEmpty() ? CString(path.stem().string()) : m_set.name;
         m_info = CString(path.filename().string()) +
@@ -59,6 +60,7 @@ public:
     }
 
     const PackageInfo& package() const { return m_package; }
+    std::string sampleFile() const { return m_folder / m_set.sampleFile; } // the folder when there is none
     void addTrials(PackageWriter& writer, Progress& progress) {
         const Eigen::MatrixXd unmix = m_set.weights * m_set.sphere;
         for (std::int64_t trial = 0; trial < m_set.trials; ++trial) {
@@ -77,6 +79,7 @@ private:
     void compare(const Eigen::MatrixXd& computed, const Eigen::MatrixXd& stored);
 
     EeglabSet m_set;
+    std::filesystem::path m_folder;
     Parameters m_parameters;
     PackageInfo m_package;
     CString m_name, m_info;
@@ -143,15 +146,14 @@ std::string Importer::report() const {
 
 } // namespace
 
-void importSet(const std::string& source, const std::string& target) {
-    std::error_code ignored;
-    if (std::filesystem::equivalent(source, target, ignored)) throw Failure(target, "is the file to import");
+void importSet(const std::string& source, const Output& target) {
     Importer importer(source);
+    target.mustNotBe(importer.sampleFile());
     savePackage(target, importer.trials(), importer.package(), [&](PackageWriter& writer) {
         Progress progress("importing " + source, importer.trials());
         importer.addTrials(writer, progress);
     });
-    std::cout << printable(target) << ": " << printable(importer.report()) << '\n';
+    std::cout << printable(target.path()) << ": " << printable(importer.report()) << '\n';
 }
 
 } // namespace icawave::cli

@@ -1,12 +1,16 @@
 // icawave info: what a person wants to know about a file.
+#include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Json.h"
 #include "apps/cli/Load.h"
 #include "apps/cli/Text.h"
 
+#include <algorithm>
 #include <array>
+#include <functional>
 #include <iostream>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <utility>
 #include <variant>
@@ -66,8 +70,7 @@ public:
         json.beginArray();
         for (const auto& [row, count] : m_groups) {
             json.beginObject();
-            json.key("count");
-            json.value(count);
+            json.field("dataSetCount", count);
             for (const auto& [key, value] : row) {
                 json.key(key);
                 std::visit([&json](const auto& v) { write(json, v); }, value);
@@ -84,11 +87,13 @@ private:
 
 struct Summary {
     Groups shapes, times, parameters;
-    std::int64_t components = 0;
-    std::int64_t hidden = 0;
-    std::optional<CString> computeInfo; // of the current data set
+    std::vector<std::int64_t> having, hiding; // per component: the data sets that have it, and hide it
+    std::optional<CString> computeInfo;       // of the current data set
 
     void add(CTrialIcaDatazq& d);
+    std::int64_t components() const { return std::ssize(having); }
+    std::int64_t hiddenEverywhere() const; // components
+    std::int64_t hiddenSomewhere() const;  // but not everywhere
 };
 
 Shape shapeOf(CMMatrix2Dzq& matrix) {
@@ -100,8 +105,13 @@ void Summary::add(CTrialIcaDatazq& d) {
     times.add({{"samplingRate", d.m_sampleRate},
                {"latencyBegin", d.m_anaLatencyBegin},
                {"latencyEnd", d.m_anaLatencyEnd}});
-    for (std::int64_t k = 0; k < d.getIcaChnlTotal(); ++k) hidden += d.getChnlIcaData()[k].m_show == 0;
-    components += d.getIcaChnlTotal();
+    const auto count = static_cast<std::size_t>(std::max<std::int64_t>(d.getIcaChnlTotal(), 0));
+    having.resize(std::max(having.size(), count));
+    hiding.resize(having.size());
+    for (std::size_t k = 0; k < count; ++k) {
+        ++having[k];
+        hiding[k] += d.getChnlIcaData()[k].m_show == 0;
+    }
     CIcaParamzq* p = d.getIcaParamzq(0);
     if (!p) return;
     parameters.add({{"nIca", std::int64_t{p->m_nIca}},
@@ -111,6 +121,15 @@ void Summary::add(CTrialIcaDatazq& d) {
                     {"second", shapeOf(p->m_Wsecond)},
                     {"extraA", shapeOf(p->m_extraMatrixA)},
                     {"extraB", shapeOf(p->m_extraMatrixB)}});
+}
+
+std::int64_t Summary::hiddenEverywhere() const {
+    return std::inner_product(having.begin(), having.end(), hiding.begin(), std::int64_t{0}, std::plus(),
+                              std::equal_to());
+}
+
+std::int64_t Summary::hiddenSomewhere() const {
+    return std::ranges::count_if(hiding, [](std::int64_t sets) { return sets > 0; }) - hiddenEverywhere();
 }
 
 void printText(const Input& input, const Summary& summary) {
@@ -131,43 +150,45 @@ void printText(const Input& input, const Summary& summary) {
     summary.shapes.print("Shape              ");
     summary.times.print("Time (Hz, s)       ");
     summary.parameters.print("Parameters         ");
-    line("Hidden components  ", std::to_string(summary.hidden) + " of " + std::to_string(summary.components));
+    std::string hidden =
+        std::to_string(summary.hiddenEverywhere()) + " of " + std::to_string(summary.components());
+    if (summary.hiddenSomewhere() > 0)
+        hidden += " in every data set, " + std::to_string(summary.hiddenSomewhere()) + " more in some";
+    line("Hidden components  ", hidden);
     if (summary.computeInfo) line("Computed           ", printable(*summary.computeInfo));
 }
 
-void printJson(const Input& input, const Summary& summary) {
+void printJson(const std::string& file, const Input& input, const Summary& summary) {
     const PackageInfo package = input.info();
-    JsonWriter json(std::cout);
-    const auto field = [&json](const char* name, const auto& value) {
-        json.key(name);
-        json.value(value);
-    };
+    JsonWriter json(std::cout, ", ");
     json.beginObject();
-    field("kind", CString(input.isPackage() ? "package" : "dataset"));
+    json.field("file", CString(file));
+    json.field("kind", input.kind());
+    json.field("name", input.isPackage() ? package.name : input.rows()[0].name);
+    json.field("shown", input.isPackage() ? package.shown : input.rows()[0].shown);
     if (input.isPackage()) {
-        field("name", package.name);
-        field("information", package.info);
-        field("shown", package.shown);
-        field("type", package.type);
-        field("dataSets", input.count());
-        field("current", package.current);
-    } else {
-        field("name", input.rows()[0].name);
-        field("shown", input.rows()[0].shown);
+        json.field("information", package.info);
+        json.field("type", package.type);
+        json.field("currentIndex", package.current);
     }
+    json.field("dataSetCount", input.count());
     summary.shapes.print(json, "shapes");
     summary.times.print(json, "times");
     summary.parameters.print(json, "parameters");
-    field("components", summary.components);
-    field("hiddenComponents", summary.hidden);
-    if (summary.computeInfo) field("computeInfo", *summary.computeInfo);
+    json.field("components", summary.components());
+    json.field("hiddenComponents", summary.hiddenEverywhere());
+    json.field("hiddenInSome", summary.hiddenSomewhere());
+    if (summary.computeInfo) json.field("computeInfo", *summary.computeInfo);
     json.endObject();
     std::cout << '\n';
 }
 
-} // namespace
+struct Options {
+    std::vector<std::string> files;
+    bool json = false;
+};
 
-void info(const std::string& file, bool json) {
+void infoFile(const std::string& file, bool json) {
     Input input(file);
     Summary summary;
     for (std::int32_t k = 0; k < input.count(); ++k) {
@@ -175,8 +196,21 @@ void info(const std::string& file, bool json) {
         summary.add(dataSet);
         if (k == input.info().current) summary.computeInfo = dataSet.m_icaCmptInfo;
     }
-    json ? printJson(input, summary) : printText(input, summary);
+    json ? printJson(file, input, summary) : printText(input, summary);
     input.requireSound();
+}
+
+void info(const Options& options) {
+    forEachFile(options.files, !options.json, [&](const std::string& file) { infoFile(file, options.json); });
+}
+
+} // namespace
+
+void addInfo(CLI::App& app) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& command = addCommand(app, "info", "Print what a file holds", options, info);
+    addFiles(command, options->files);
+    addJson(command, options->json);
 }
 
 } // namespace icawave::cli

@@ -67,7 +67,7 @@ void JsonWriter::separate() {
         m_afterKey = false;
         return;
     }
-    if (m_first.size() > 1 && !m_first.back()) m_out << ",\n";
+    if (m_first.size() > 1 && !m_first.back()) m_out << m_separator;
     m_first.back() = false;
 }
 

@@ -15,13 +15,18 @@ namespace icawave::cli {
 
 class JsonWriter {
 public:
-    explicit JsonWriter(std::ostream& out) : m_out(out) {}
+    explicit JsonWriter(std::ostream& out, const char* separator = ",\n")
+        : m_out(out), m_separator(separator) {}
 
     void beginObject() { open('{'); }
     void endObject() { close('}'); }
     void beginArray() { open('['); }
     void endArray() { close(']'); }
     void key(std::string_view name); // inside an object, before each value
+    void field(std::string_view name, const auto& fieldValue) {
+        key(name);
+        value(fieldValue);
+    }
 
     void null() { raw("null"); }
     void value(bool value) { raw(value ? "true" : "false"); }
@@ -38,6 +43,7 @@ private:
     void raw(std::string_view text);
 
     std::ostream& m_out;
+    const char* m_separator;         // between values
     std::vector<bool> m_first{true}; // per nesting level: nothing written yet
     bool m_afterKey = false;
 };

@@ -1,4 +1,5 @@
 // icawave list: one row for each data set, with the columns of the manager.
+#include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Json.h"
 #include "apps/cli/Load.h"
@@ -12,28 +13,30 @@ namespace icawave::cli {
 
 namespace {
 
-void printJson(const Input& input, const std::vector<PackageEntry>& rows) {
-    JsonWriter json(std::cout);
-    const auto field = [&json](const char* name, const auto& value) {
-        json.key(name);
-        json.value(value);
-    };
+struct Options {
+    std::vector<std::string> files;
+    bool json = false;
+};
+
+void printJson(const std::string& file, const Input& input, const std::vector<PackageEntry>& rows) {
+    JsonWriter json(std::cout, ", ");
     json.beginObject();
-    field("kind", CString(input.isPackage() ? "package" : "dataset"));
+    json.field("file", CString(file));
+    json.field("kind", input.kind());
     json.key("dataSets");
     json.beginArray();
     for (std::int64_t k = 0; const PackageEntry& row : rows) {
         json.beginObject();
-        field("index", k);
-        field("name", row.name);
-        field("sample", row.samples);
-        field("numIca", row.channels);
-        field("actIca", row.selectedChannel);
-        field("class", row.dataSetClass);
-        field("selectBegin", row.selectBegin);
-        field("selectEnd", row.selectEnd);
-        field("current", k++ == input.info().current);
-        field("shown", row.shown);
+        json.field("index", k);
+        json.field("name", row.name);
+        json.field("samples", row.samples);
+        json.field("components", row.channels);
+        json.field("selectedComponent", row.selectedChannel);
+        json.field("class", row.dataSetClass);
+        json.field("selectBegin", row.selectBegin);
+        json.field("selectEnd", row.selectEnd);
+        json.field("current", k++ == input.info().current);
+        json.field("shown", row.shown);
         json.endObject();
     }
     json.endArray();
@@ -63,17 +66,28 @@ void printTable(const Input& input, const std::vector<PackageEntry>& rows) {
     }
 }
 
-} // namespace
-
-void list(const std::string& file, bool json) {
-    Input input(file);
+void listFile(const std::string& file, bool json) {
+    Input input(file, 0);
     std::vector<PackageEntry> rows = input.rows();
     const Messages messages;
     if (!input.isPackage())
         rows[0].samples = input.dataSet(0).getTotalSample(); // as the data set corrects it
-    json ? printJson(input, rows) : printTable(input, rows);
+    json ? printJson(file, input, rows) : printTable(input, rows);
     input.requireSound();
     if (messages.count > 0) throw Failure(file, messages.first.utf8());
+}
+
+void list(const Options& options) {
+    forEachFile(options.files, !options.json, [&](const std::string& file) { listFile(file, options.json); });
+}
+
+} // namespace
+
+void addList(CLI::App& app) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& command = addCommand(app, "list", "Print one row for each data set", options, list);
+    addFiles(command, options->files);
+    addJson(command, options->json);
 }
 
 } // namespace icawave::cli

@@ -1,9 +1,8 @@
 #include "apps/cli/Load.h"
 
-#include "apps/cli/Text.h"
-
 #include <array>
 #include <cerrno>
+#include <charconv>
 
 namespace icawave::cli {
 
@@ -12,6 +11,9 @@ namespace {
 constexpr const char* packageKeyword = "FACEICA";
 constexpr const char* dataSetKeyword = "TRIALICADATA";
 constexpr const char* neitherKind = "neither a package nor a data set file";
+
+// Opening a package without an index loads, searches and checks all of it.
+constexpr int readingsOfWalk = 3;
 
 class InputFile : public CFile {
 public:
@@ -44,6 +46,19 @@ CString firstText(const std::string& path) {
     return text;
 }
 
+// A number or a range, both ends included, as far as it can be read.
+std::optional<std::pair<std::int32_t, std::int32_t>> rangeOf(std::string_view text) {
+    std::pair<std::int32_t, std::int32_t> range;
+    const char* const end = text.data() + text.size();
+    const auto first = std::from_chars(text.data(), end, range.first);
+    auto last = first;
+    range.second = range.first;
+    if (first.ptr != end && *first.ptr == '-') last = std::from_chars(first.ptr + 1, end, range.second);
+    const bool isWhole = first.ec == std::errc() && last.ec == std::errc() && last.ptr == end;
+    if (!isWhole || range.first < 0 || range.second < range.first) return std::nullopt;
+    return range;
+}
+
 std::string andMore(std::int64_t faults) {
     return faults > 0 ? "; " + counted(faults, "more fault") : "";
 }
@@ -56,8 +71,9 @@ std::string describe(const ArchiveFault& fault) {
     return line;
 }
 
-void requireNone(const std::string& path, const std::vector<ArchiveFault>& faults) {
-    if (!faults.empty()) throw Failure(path, describe(faults.front()) + andMore(std::ssize(faults) - 1));
+void requireNone(const std::string& path, const std::vector<ArchiveFault>& faults, int status) {
+    if (!faults.empty())
+        throw Failure(path, describe(faults.front()) + andMore(std::ssize(faults) - 1), status);
 }
 
 WholeFile::WholeFile(const std::string& path) {
@@ -97,7 +113,7 @@ void WholeFile::load(CArchive& archive) {
     fault = describe(archive.firstFault().value_or(unplaced)) + andMore(messages.count - 1);
 }
 
-Input::Input(const std::string& path) : m_path(path), m_progress("reading " + path, 0) {
+Input::Input(const std::string& path, int readings) : m_path(path), m_progress("reading " + path, 0) {
     const CString keyword = firstText(path);
     if (keyword == dataSetKeyword) {
         m_single.emplace(path);
@@ -114,7 +130,10 @@ Input::Input(const std::string& path) : m_path(path), m_progress("reading " + pa
         return;
     }
     try {
-        m_package.emplace(path, [this](std::int64_t bytes) { m_progress.update(bytes); });
+        const auto whenRead = [this](std::int64_t bytes) { m_progress.update(m_bytesRead = bytes); };
+        m_progress.expect((readingsOfWalk + readings) * bytesOf(path));
+        m_package.emplace(path, whenRead);
+        m_progress.expect(m_bytesRead + readings * m_package->size());
     } catch (const FileError&) {
         if (keyword == packageKeyword) throw;
         throw Failure(path, neitherKind); // nor are there data sets behind a damaged beginning
@@ -127,12 +146,28 @@ PackageInfo Input::info() const {
     return {fresh.m_curntIcaDataSetID, fresh.m_pkgType, fresh.m_pkgName, fresh.m_pkgInfo, fresh.m_pkgShow};
 }
 
-std::int32_t Input::checked(std::optional<std::int32_t> index) const {
-    if (!index && isPackage()) throw Failure(m_path, "a package needs -d and the index of a data set");
-    const std::int32_t k = index.value_or(0);
-    if (k >= 0 && k < count()) return k;
-    throw Failure(m_path, "there is no data set " + std::to_string(k) + "; the file holds " +
-                              std::to_string(count()) + ", counted from 0");
+std::vector<std::int32_t> Input::chosen(const std::vector<std::string>& words) const {
+    std::vector<std::int32_t> indices;
+    for (const std::string& word : words) {
+        for (std::size_t begin = 0, end = 0; end != word.npos; begin = end + 1) {
+            end = word.find(',', begin);
+            const auto range = rangeOf(std::string_view(word).substr(begin, end - begin));
+            if (!range)
+                throw Failure("-d " + word, "is not a data set's number, a range (0-9) or several (0-9,12)");
+            if (range->second >= count())
+                throw Failure(m_path, "there is no data set " + std::to_string(range->second) +
+                                          "; the file holds " + std::to_string(count()) + ", counted from 0");
+            for (std::int32_t k = range->first; k <= range->second; ++k) indices.push_back(k);
+        }
+    }
+    return indices;
+}
+
+std::int32_t Input::chosenOne(const std::vector<std::string>& words) const {
+    if (words.empty() && !isPackage()) return 0;
+    const std::vector<std::int32_t> indices = chosen(words);
+    if (indices.size() != 1) throw Failure(m_path, "a package needs -d and the number of one data set");
+    return indices.front();
 }
 
 CTrialIcaDatazq& Input::dataSet(std::int32_t index) {
@@ -144,13 +179,18 @@ CTrialIcaDatazq& Input::dataSet(std::int32_t index) {
     return *m_dataSet;
 }
 
+DataSetOwner Input::take(std::int32_t index) {
+    dataSet(index);
+    return std::move(m_dataSet);
+}
+
 void Input::copyTo(PackageWriter& writer, std::int32_t index) {
     isPackage() ? writer.copy(*m_package, index) : writer.add(&dataSet(index));
 }
 
-void Input::requireSound() const {
-    if (m_single && m_single->fault) throw Failure(m_path, *m_single->fault);
-    if (m_package) requireNone(m_path, m_package->faults());
+void Input::requireSound(int status) const {
+    if (m_single && m_single->fault) throw Failure(m_path, *m_single->fault, status);
+    if (m_package) requireNone(m_path, m_package->faults(), status);
 }
 
 } // namespace icawave::cli

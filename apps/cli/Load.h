@@ -2,6 +2,7 @@
 #pragma once
 
 #include "apps/cli/Progress.h"
+#include "apps/cli/Text.h"
 
 #include <icawave/PackageFile.h>
 #include <icawave/icawave.h>
@@ -48,9 +49,12 @@ private:
 // A file whose data sets are read one at a time: of a package, no other is in memory.
 class Input {
 public:
-    explicit Input(const std::string& path); // a Failure for what is neither kind of file
+    // A Failure for what is neither kind of file. `readings`: how often the data sets will be gone through,
+    // for the time that is left.
+    explicit Input(const std::string& path, int readings = 1);
 
     bool isPackage() const { return m_package.has_value(); }
+    CString kind() const { return isPackage() ? "package" : "dataset"; }
     const PackageFile& package() const { return *m_package; } // of a package only
     std::int64_t bytes() const { return isPackage() ? m_package->size() : m_single->bytes; }
     std::int64_t bytesBehind() const {
@@ -62,18 +66,21 @@ public:
     // A package's own fields; of a data set file, those of a new package.
     PackageInfo info() const;
 
-    // The index that the user gave, 0 without one for a data set file; a Failure when there is no such data
-    // set.
-    std::int32_t checked(std::optional<std::int32_t> index) const;
+    // The data sets that the user named, such as 3 or 0-9,12; a Failure when there is no such data set.
+    std::vector<std::int32_t> chosen(const std::vector<std::string>& words) const;
+    // The only one; of a data set file it need not be named.
+    std::int32_t chosenOne(const std::vector<std::string>& words) const;
     CTrialIcaDatazq& dataSet(std::int32_t index); // until the next call
+    DataSetOwner take(std::int32_t index);        // of a package; the caller's from now on
     // Adds a data set to a package, as the bytes that the file has where it is a package itself.
     void copyTo(PackageWriter& writer, std::int32_t index);
 
-    void requireSound() const; // a Failure when a fault was found so far
+    void requireSound(int status = trouble) const; // a Failure when a fault was found so far
 
 private:
     std::string m_path;
     Progress m_progress;
+    std::int64_t m_bytesRead = 0;
     std::optional<PackageFile> m_package;
     std::optional<WholeFile> m_single;
     std::vector<PackageEntry> m_row; // of the single data set
@@ -82,6 +89,6 @@ private:
 
 std::string describe(const ArchiveFault& fault); // text, place and record
 // A Failure with the first fault and how many more there are.
-void requireNone(const std::string& path, const std::vector<ArchiveFault>& faults);
+void requireNone(const std::string& path, const std::vector<ArchiveFault>& faults, int status = trouble);
 
 } // namespace icawave::cli

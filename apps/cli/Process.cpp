@@ -1,12 +1,12 @@
 // icawave stats, norm and sum: what the library's processing says of a file, and does to one.
+#include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Json.h"
 #include "apps/cli/Load.h"
-#include "apps/cli/Save.h"
 #include "apps/cli/Text.h"
 
-#include <array>
 #include <iostream>
+#include <numeric>
 
 namespace icawave::cli {
 
@@ -14,42 +14,40 @@ namespace {
 
 struct Component {
     CString name;
-    std::array<double, 6> values; // minimum, mean, maximum, mean again, mean of magnitudes, root mean square
+    double min = 0.0, mean = 0.0, max = 0.0, meanMagnitude = 0.0, rms = 0.0;
 };
-
-constexpr std::array<const char*, 6> valueNames = {"min", "mean", "max", "mean2", "absMean", "rms"};
 
 std::vector<Component> componentsOf(CTrialIcaDatazq& dataSet) {
     std::vector<Component> components;
     for (std::int64_t k = 0; k < dataSet.getIcaChnlTotal(); ++k) {
         CChnlIcaDatazq& channel = dataSet.m_chnlIcaData[k];
-        Component c{channel.m_chnlName, {}};
-        auto& v = c.values;
-        channel.getStatistic(v[0], v[1], v[2], v[3], v[4], v[5]);
-        components.push_back(std::move(c));
+        Component& c = components.emplace_back();
+        c.name = channel.m_chnlName;
+        double meanAgain = 0.0;
+        channel.getStatistic(c.min, c.mean, c.max, meanAgain, c.meanMagnitude, c.rms);
     }
     return components;
 }
 
 void printJson(JsonWriter& json, std::int32_t index, CTrialIcaDatazq& dataSet, bool components) {
-    const auto field = [&](const char* name, const auto& value) {
-        json.key(name);
-        json.value(value);
-    };
     json.beginObject();
-    field("index", index);
-    field("name", dataSet.m_icaName);
-    field("line", dataSet.getStatistics()); // refreshes what follows
-    field("min", dataSet.m_dataMin);
-    field("mean", dataSet.m_dataMean);
-    field("max", dataSet.m_dataMax);
+    json.field("index", index);
+    json.field("name", dataSet.m_icaName);
+    json.field("line", dataSet.getStatistics()); // refreshes what follows
+    json.field("min", dataSet.m_dataMin);
+    json.field("mean", dataSet.m_dataMean);
+    json.field("max", dataSet.m_dataMax);
     if (components) {
-        json.key("components");
+        json.key("componentStatistics");
         json.beginArray();
         for (const Component& c : componentsOf(dataSet)) {
             json.beginObject();
-            field("name", c.name);
-            for (std::size_t k = 0; k < valueNames.size(); ++k) field(valueNames[k], c.values[k]);
+            json.field("name", c.name);
+            json.field("min", c.min);
+            json.field("mean", c.mean);
+            json.field("max", c.max);
+            json.field("meanMagnitude", c.meanMagnitude);
+            json.field("rms", c.rms);
             json.endObject();
         }
         json.endArray();
@@ -62,44 +60,70 @@ void printText(CTrialIcaDatazq& dataSet, bool components) {
         printable(dataSet.m_icaName); // the line's own tab and line break are all there may be
     std::cout << dataSet.getStatistics().utf8();
     if (!components) return;
-    for (const Component& c : componentsOf(dataSet)) {
-        std::cout << "  " << printable(c.name);
-        for (const double value : c.values) std::cout << ' ' << number(value);
-        std::cout << '\n';
-    }
+    for (const Component& c : componentsOf(dataSet))
+        std::cout << "  " << printable(c.name) << " Min: " << number(c.min) << " Mean: " << number(c.mean)
+                  << " Max: " << number(c.max) << " MeanMagnitude: " << number(c.meanMagnitude)
+                  << " RMS: " << number(c.rms) << '\n';
 }
 
-} // namespace
+struct StatsOptions {
+    std::vector<std::string> files;
+    std::vector<std::string> dataSets;
+    bool components = false;
+    bool json = false;
+};
 
-void stats(const std::string& file, std::optional<std::int32_t> index, bool components, bool json) {
+void statsFile(const std::string& file, const StatsOptions& options) {
     Input input(file);
-    const std::int32_t first = index ? input.checked(*index) : 0;
-    const std::int32_t last = index ? first : input.count() - 1;
-    JsonWriter writer(std::cout);
-    if (json) writer.beginArray();
-    for (std::int32_t k = first; k <= last; ++k) {
-        if (json)
-            printJson(writer, k, input.dataSet(k), components);
+    std::vector<std::int32_t> indices = input.chosen(options.dataSets);
+    if (options.dataSets.empty()) {
+        indices.resize(static_cast<std::size_t>(input.count()));
+        std::iota(indices.begin(), indices.end(), 0);
+    }
+    JsonWriter json(std::cout, ", ");
+    if (options.json) {
+        json.beginObject();
+        json.field("file", CString(file));
+        json.field("kind", input.kind());
+        json.key("dataSets");
+        json.beginArray();
+    }
+    for (const std::int32_t k : indices) {
+        if (options.json)
+            printJson(json, k, input.dataSet(k), options.components);
         else
-            printText(input.dataSet(k), components);
+            printText(input.dataSet(k), options.components);
     }
-    if (json) {
-        writer.endArray();
+    if (options.json) {
+        json.endArray();
+        json.endObject();
         std::cout << '\n';
     }
     input.requireSound();
 }
 
-void norm(const std::string& file, std::optional<std::int32_t> index, const std::string& target) {
-    Input input(file);
+void stats(const StatsOptions& options) {
+    forEachFile(options.files, !options.json, [&](const std::string& file) { statsFile(file, options); });
+}
+
+struct NormOptions {
+    std::string file;
+    std::vector<std::string> dataSet;
+    Target target;
+};
+
+void norm(const NormOptions& options) {
+    const Output target = options.target.output({}); // may be the file itself
+    Input input(options.file);
     input.requireSound();
-    const std::int32_t chosen = input.checked(index);
+    const std::int32_t chosen = input.chosenOne(options.dataSet);
     double divisor = 0.0;
     const auto divide = [&]() -> CTrialIcaDatazq& {
         CTrialIcaDatazq& dataSet = input.dataSet(chosen);
         const Messages messages;
         if (!dataSet.normRMS())
-            throw Failure(file, messages.count ? messages.first.utf8() : "the data set has no values");
+            throw Failure(options.file,
+                          messages.count ? messages.first.utf8() : "the data set has no values");
         divisor = dataSet.m_normRMS;
         return dataSet;
     };
@@ -110,19 +134,26 @@ void norm(const std::string& file, std::optional<std::int32_t> index, const std:
         });
     else
         save(target, [&](CFile& out) { store(out, divide()); });
-    std::cout << "divided by " << number(divisor) << '\n';
+    std::cout << "divided by " << number(divisor) << " = sqrt(sum of squares / components)\n";
 }
 
-void sum(const std::string& file, const std::string& target) {
-    Input input(file);
+struct SumOptions {
+    std::string file;
+    Target target;
+};
+
+void sum(const SumOptions& options) {
+    const Output target = options.target.output({options.file});
+    Input input(options.file);
     input.requireSound();
-    if (input.count() < 1) throw Failure(file, "there is no data set");
-    Input firstInput(file);
-    CTrialIcaDatazq& total = firstInput.dataSet(0);
+    if (input.count() < 1) throw Failure(options.file, "there is no data set");
+    const DataSetOwner first = input.isPackage() ? input.take(0) : nullptr;
+    CTrialIcaDatazq& total = first ? *first : input.dataSet(0);
     std::int32_t added = 1;
     std::string others;
     for (std::int32_t k = 1; k < input.count(); ++k) {
-        if (total.sumDatSetSns(input.dataSet(k)))
+        CTrialIcaDatazq& dataSet = input.dataSet(k);
+        if (total.sumDatSetSns(dataSet))
             ++added;
         else
             others += (others.empty() ? "" : ", ") + std::to_string(k);
@@ -137,6 +168,42 @@ void sum(const std::string& file, const std::string& target) {
     std::cout << counted(added, "data set") << " summed";
     if (!others.empty()) std::cout << "; of another size: " << others;
     std::cout << '\n';
+}
+
+} // namespace
+
+void addStats(CLI::App& app) {
+    const auto options = std::make_shared<StatsOptions>();
+    CLI::App& command =
+        addCommand(app, "stats", "Print range, means and RmsSum of each data set", options, stats);
+    addFiles(command, options->files);
+    addDataSets(command, options->dataSets, "only these data sets, counted from 0, such as 0-9,12");
+    command.add_flag("--components", options->components,
+                     "also minimum, mean, maximum, mean magnitude and RMS of each component");
+    addJson(command, options->json);
+    command.footer(
+        "Of a data set: Min and Max of all values; Mean and AbsSum, the averages over the components of "
+        "their mean and mean magnitude; RmsSum, sqrt(average over the components of their RMS).\n");
+}
+
+void addNorm(CLI::App& app) {
+    const auto options = std::make_shared<NormOptions>();
+    CLI::App& command = addCommand(
+        app, "norm", "Divide the values of one data set by sqrt(sum of their squares / components)", options,
+        norm);
+    addFile(command, options->file);
+    addDataSets(command, options->dataSet, "the data set, counted from 0; needed for a package");
+    addTarget(command, options->target, "-o", "the file to write; with --force it may be FILE");
+    command.footer(
+        "The number of samples is not in the divisor: it is sqrt(samples) times the RMS of all values.\n");
+}
+
+void addSum(CLI::App& app) {
+    const auto options = std::make_shared<SumOptions>();
+    CLI::App& command = addCommand(
+        app, "sum", "Add the values of all data sets of equal size and keep that one data set", options, sum);
+    addFile(command, options->file);
+    addTarget(command, options->target);
 }
 
 } // namespace icawave::cli

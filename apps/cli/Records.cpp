@@ -1,8 +1,8 @@
 // icawave check, dump and copy: whole files.
+#include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Fields.h"
 #include "apps/cli/Load.h"
-#include "apps/cli/Save.h"
 #include "apps/cli/Text.h"
 
 #include <iostream>
@@ -11,23 +11,28 @@ namespace icawave::cli {
 
 namespace {
 
+struct CheckOptions {
+    std::vector<std::string> files;
+};
+
 // Checksums first, then every record by the library's loaders. Opening a file without an index did that.
-std::vector<ArchiveFault> checkAll(Input& input) {
-    std::vector<ArchiveFault> faults = input.package().check();
+void checkPackage(const std::string& file, Input& input) {
+    const std::vector<ArchiveFault> faults = input.package().check();
     for (const ArchiveFault& fault : faults) std::cout << printable(describe(fault)) << '\n';
-    for (std::int32_t k = 0; faults.empty() && input.package().hasIndex() && k < input.count(); ++k)
-        input.dataSet(k);
-    return faults;
+    requireNone(file, faults, finding);
+    try {
+        for (std::int32_t k = 0; input.package().hasIndex() && k < input.count(); ++k) input.dataSet(k);
+    } catch (const FileError& e) {
+        throw Failure(e, finding);
+    }
 }
 
-} // namespace
-
-void check(const std::string& file) {
-    Input input(file);
+void checkFile(const std::string& file) {
+    Input input(file, 2);
     if (input.isPackage())
-        requireNone(file, checkAll(input));
+        checkPackage(file, input);
     else
-        input.requireSound();
+        input.requireSound(finding);
     std::cout << printable(file) << ": ";
     if (input.isPackage())
         std::cout << "package, " << counted(input.count(), "data set");
@@ -40,12 +45,20 @@ void check(const std::string& file) {
     std::cout << '\n';
 }
 
-void dumpFile(const std::string& file) {
-    WholeFile whole(file);
+void check(const CheckOptions& options) {
+    forEachFile(options.files, false, checkFile);
+}
+
+struct DumpOptions {
+    std::string file;
+};
+
+void dump(const DumpOptions& options) {
+    WholeFile whole(options.file);
     JsonWriter json(std::cout);
     json.beginObject();
-    json.key("kind");
-    json.value(CString(whole.isPackage ? "package" : "dataset"));
+    json.field("file", CString(options.file));
+    json.field("kind", CString(whole.isPackage ? "package" : "dataset"));
     json.key("object");
     json.beginObject();
     if (whole.isPackage)
@@ -55,11 +68,17 @@ void dumpFile(const std::string& file) {
     json.endObject();
     json.endObject();
     std::cout << '\n';
-    if (whole.fault) throw Failure(file, *whole.fault);
+    if (whole.fault) throw Failure(options.file, *whole.fault);
 }
 
-void copy(const std::string& source, const std::string& target) {
-    Input input(source);
+struct CopyOptions {
+    std::string file;
+    Target target;
+};
+
+void copy(const CopyOptions& options) {
+    const Output target = options.target.output({options.file});
+    Input input(options.file);
     input.requireSound();
     if (!input.isPackage()) return save(target, [&](CFile& out) { store(out, input.dataSet(0)); });
     if (input.package().hasIndex()) {
@@ -68,8 +87,30 @@ void copy(const std::string& source, const std::string& target) {
         });
     }
     CFaceIcazq package;
-    requireNone(source, input.package().load(package));
+    requireNone(options.file, input.package().load(package));
     save(target, [&](CFile& out) { store(out, package); });
+}
+
+} // namespace
+
+void addCheck(CLI::App& app) {
+    const auto options = std::make_shared<CheckOptions>();
+    addFiles(addCommand(app, "check", "Check all checksums, then read all records", options, check),
+             options->files);
+}
+
+void addDump(CLI::App& app) {
+    const auto options = std::make_shared<DumpOptions>();
+    CLI::App& command =
+        addCommand(app, "dump", "Print every field as JSON, doubles as their bits", options, dump);
+    addFile(command, options->file);
+}
+
+void addCopy(CLI::App& app) {
+    const auto options = std::make_shared<CopyOptions>();
+    CLI::App& command = addCommand(app, "copy", "Load a file and store it again", options, copy);
+    addFile(command, options->file);
+    addTarget(command, options->target, "OUT");
 }
 
 } // namespace icawave::cli

@@ -1,42 +1,41 @@
 #include "apps/cli/Save.h"
 
-#include "apps/cli/Progress.h"
 #include "apps/cli/Text.h"
+
+#include <filesystem>
 
 namespace icawave::cli {
 
-namespace {
+Output::Output(std::string path, bool force, const std::vector<std::string>& read) : m_path(std::move(path)) {
+    for (const std::string& file : read) mustNotBe(file);
+    std::error_code ignored;
+    const std::optional<FileState> now = FileState::of(m_path);
+    if (now && !std::filesystem::is_regular_file(m_path, ignored)) return;
+    if (now && !force) throw Failure(m_path, "exists already; --force replaces it");
+    m_expected = now.value_or(FileState{});
+}
 
-class OutputFile : public AtomicFile {
-public:
-    explicit OutputFile(const std::string& path) : AtomicFile(path), m_progress("writing " + path, 0) {}
+void Output::mustNotBe(const std::string& read) const {
+    std::error_code ignored;
+    if (std::filesystem::equivalent(m_path, read, ignored))
+        throw Failure(m_path, "is a file that is read here; write to another one");
+}
 
-    void Write(const void* buffer, std::int64_t count) override {
-        AtomicFile::Write(buffer, count);
-        m_progress.update(GetPosition());
-    }
-
-private:
-    Progress m_progress;
-};
-
-} // namespace
-
-void save(const std::string& path, const std::function<void(CFile&)>& write) {
+void save(const Output& target, const std::function<void(CFile&)>& write) {
     try {
-        OutputFile target(path);
-        write(target);
-        target.commit();
+        AtomicFile file(target.path(), target.expected());
+        write(file);
+        file.commit();
     } catch (const FileError&) { // names its file, which may be one that was read
         throw;
     } catch (const CException& e) {
-        throw Failure(path, std::string("cannot be written: ") + e.what());
+        throw Failure(target.path(), std::string("cannot be written: ") + e.what());
     }
 }
 
-void savePackage(const std::string& path, std::int32_t slots, const PackageInfo& info,
+void savePackage(const Output& target, std::int32_t slots, const PackageInfo& info,
                  const std::function<void(PackageWriter&)>& write) {
-    save(path, [&](CFile& file) {
+    save(target, [&](CFile& file) {
         PackageWriter writer(file, slots, info);
         write(writer);
         writer.finish();

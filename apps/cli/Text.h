@@ -1,6 +1,7 @@
 // Texts for the user.
 #pragma once
 
+#include <icawave/platform/Exception.h>
 #include <icawave/platform/String.h>
 
 #include <cstdint>
@@ -9,10 +10,21 @@
 
 namespace icawave::cli {
 
-// What ends a command: the file, and what is wrong with it.
+// Exit statuses beside 0.
+inline constexpr int finding = 1; // diff: the files differ; check: damage; salvage: something is lost
+inline constexpr int trouble = 2; // the command could not do its work
+
+// What ends a command: the file, what is wrong with it, and the exit status.
 class Failure : public std::runtime_error {
 public:
-    Failure(const std::string& file, const std::string& what) : std::runtime_error(file + ": " + what) {}
+    Failure(const std::string& file, const std::string& what, int status = trouble)
+        : std::runtime_error(file + ": " + what), m_status(status) {}
+    Failure(const CException& e, int status) : std::runtime_error(e.what()), m_status(status) {}
+
+    int status() const { return m_status; }
+
+private:
+    int m_status;
 };
 
 std::string systemError(int error); // what the system calls an errno value

@@ -1,0 +1,50 @@
+// icawave import: packages from EEGLAB data sets.
+#include "apps/cli/Command.h"
+#include "apps/cli/Commands.h"
+#include "apps/cli/Text.h"
+
+#include <filesystem>
+
+namespace icawave::cli {
+
+namespace {
+
+struct Options {
+    std::vector<std::string> sources;
+    Target target;
+};
+
+// The package that a source becomes: the target, or NAME.icpkg in the folder that it is.
+std::string targetOf(const Options& options, const std::string& source) {
+    std::error_code ignored;
+    const std::filesystem::path target(options.target.path);
+    if (std::filesystem::is_directory(target, ignored))
+        return target / std::filesystem::path(source).filename().replace_extension(".icpkg");
+    if (options.sources.size() > 1) throw Failure(target, "is not a folder, which several data sets need");
+    return target;
+}
+
+void import(const Options& options) {
+    std::map<std::string, Output> targets;      // of the sources
+    std::map<std::string, std::string> sources; // of the targets
+    for (const std::string& source : options.sources) {
+        const std::string target = targetOf(options, source);
+        const auto [other, isNew] = sources.emplace(target, source);
+        if (!isNew) throw Failure(target, "would be made of " + other->second + " and of " + source);
+        targets.emplace(source, Output(target, options.target.force, options.sources));
+    }
+    forEachFile(options.sources, false,
+                [&](const std::string& source) { importSet(source, targets.at(source)); });
+}
+
+} // namespace
+
+void addImport(CLI::App& app) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& command = addCommand(
+        app, "import", "Make a package of each EEGLAB data set, one data set per trial", options, import);
+    addFiles(command, options->sources, "SRC.set", "the EEGLAB data sets");
+    addTarget(command, options->target, "-o", "the package to write, or the folder for SRC.icpkg");
+}
+
+} // namespace icawave::cli
