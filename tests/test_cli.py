@@ -247,7 +247,16 @@ class Tables(Case):
         self.assertEqual(self.good("sum", "p.icpkg", "-o", "s.icpkg"), "2 data sets summed\n")
         total = np.load(self.export("p.icpkg", 0)) + before
         np.testing.assert_array_equal(np.load(self.export("s.icpkg", 0)), total)
-        self.assertEqual(self.dump("s.icpkg")["m_icaDataArray"], 1)
+        one = self.dump("s.icpkg")
+        self.assertEqual((one["m_icaDataArray"], one["m_icaDataArray[0].m_icaName"][:28]), (1, "sum of 2 data sets, first a\n"))
+        scipy.io.savemat(self.folder / "in.set", {"EEG": small_set(icaweights=np.eye(2))})
+        scipy.io.savemat(self.folder / "hz.set", {"EEG": small_set(srate=99.0)})
+        (self.folder / "o").mkdir()
+        self.good("import", "in.set", "hz.set", "-o", "o")
+        for other, pattern in [("in", "set 2 has another unmixing matrix"), ("hz", "set 2 has another sampling rate")]:
+            self.good("merge", "p.icpkg", f"o/{other}.icpkg", "-o", "m", "--force")
+            self.bad(pattern, "sum", "m", "-o", "x")
+            self.assertEqual(self.good("sum", "m", "--different", "-o", f"{other}.sum"), "4 data sets summed\n")
         several = GOLDEN / "package_several.bin"
         self.assertEqual(self.good("sum", several, "-o", "s.icpkg", "--force"), "1 data set summed; of another size: 1, 2, 3, 4\n")
         self.assertFalse((self.folder / "x").exists())

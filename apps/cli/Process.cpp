@@ -5,6 +5,7 @@
 #include "apps/cli/Load.h"
 #include "apps/cli/Text.h"
 
+#include <cstring>
 #include <iostream>
 #include <numeric>
 
@@ -139,8 +140,23 @@ void norm(const NormOptions& options) {
 
 struct SumOptions {
     std::string file;
+    bool different = false;
     Target target;
 };
+
+bool same(CMMatrix2Dzq& a, CMMatrix2Dzq& b) {
+    if (a.getRow() != b.getRow() || a.getCol() != b.getCol()) return false;
+    const auto bytes = static_cast<std::size_t>(a.getRow() * a.getCol()) * sizeof(double);
+    return bytes == 0 || std::memcmp(a.getDataPP()[0], b.getDataPP()[0], bytes) == 0;
+}
+
+// Whether component k of both is the same mixture of the same sensors.
+bool sameUnmixing(CTrialIcaDatazq& a, CTrialIcaDatazq& b) {
+    CIcaParamzq* const p = a.getIcaParamzq(0);
+    CIcaParamzq* const q = b.getIcaParamzq(0);
+    if (!p || !q) return p == q;
+    return same(p->m_Wunmix, q->m_Wunmix) && same(p->m_extraMatrixA, q->m_extraMatrixA);
+}
 
 void sum(const SumOptions& options) {
     const Output target = options.target.output({options.file});
@@ -153,11 +169,18 @@ void sum(const SumOptions& options) {
     std::string others;
     for (std::int32_t k = 1; k < input.count(); ++k) {
         CTrialIcaDatazq& dataSet = input.dataSet(k);
-        if (total.sumDatSetSns(dataSet))
+        const bool sameRate = dataSet.m_sampleRate == total.m_sampleRate;
+        const bool sums = sameRate && sameUnmixing(dataSet, total);
+        if (!total.sumDatSetSns(dataSet))
+            others += (others.empty() ? "" : ", ") + std::to_string(k);
+        else if (sums || options.different)
             ++added;
         else
-            others += (others.empty() ? "" : ", ") + std::to_string(k);
+            throw Failure(options.file, "data set " + std::to_string(k) + " has another " +
+                                            (sameRate ? "unmixing matrix" : "sampling rate") +
+                                            " than data set 0; --different adds it all the same");
     }
+    total.m_icaName = CString("sum of " + counted(added, "data set") + ", first ") + total.m_icaName;
     if (input.isPackage()) {
         PackageInfo info = input.info();
         info.current = 0;
@@ -194,8 +217,7 @@ void addNorm(CLI::App& app) {
     addFile(command, options->file);
     addDataSets(command, options->dataSet, "the data set, counted from 0; needed for a package");
     addTarget(command, options->target, "-o", "the file to write; with --force it may be FILE");
-    command.footer(
-        "The number of samples is not in the divisor: it is sqrt(samples) times the RMS of all values.\n");
+    command.footer("The divisor is sqrt(samples) times the RMS of all values.\n");
 }
 
 void addSum(CLI::App& app) {
@@ -203,6 +225,8 @@ void addSum(CLI::App& app) {
     CLI::App& command = addCommand(
         app, "sum", "Add the values of all data sets of equal size and keep that one data set", options, sum);
     addFile(command, options->file);
+    command.add_flag("--different", options->different,
+                     "also add data sets of another sampling rate or unmixing matrix");
     addTarget(command, options->target);
 }
 
