@@ -49,7 +49,7 @@ class Recording(unittest.TestCase):
             self.assertLess(np.linalg.norm(values - expected), 1e-12 * np.linalg.norm(expected))
         self.icawave("export", "r.icpkg", "-d", 79, "-o", "v.icd")
         single = json.loads(self.icawave("dump", "v.icd"))["object"]
-        mixing = [int(bits, 16) for bits in single["m_icaParam.m_extraMatrixB.data"]]
+        mixing = [int(bits, 16) for row in single["m_icaParam.m_extraMatrixB.data"] for bits in row]
         np.testing.assert_array_equal(np.array(mixing, np.uint64).view(float).reshape(32, 32), eeg["icawinv"])
 
     def test_statistics_are_those_of_the_values(self):

@@ -62,6 +62,11 @@ struct Compare {
     std::optional<std::string> operator()(const auto& a, const auto& b) const { return bothTexts(a, b); }
 
 private:
+    static std::string place(const auto&, std::size_t k) { return "[" + std::to_string(k) + "]"; }
+    static std::string place(const MatrixValues& matrix, std::size_t k) {
+        const auto columns = static_cast<std::size_t>(matrix.columns);
+        return "row " + std::to_string(k / columns) + " column " + std::to_string(k % columns);
+    }
     static std::optional<std::string> compareValues(const auto& a, const auto& b) {
         if (a.size() != b.size()) return bothTexts(a, b);
         std::size_t differing = 0, first = 0;
@@ -71,8 +76,8 @@ private:
             first = k;
         }
         if (differing == 0) return std::nullopt;
-        return std::to_string(differing) + " of " + Text{}(a) + ", first [" + std::to_string(first) +
-               "]: " + difference(a[first], b[first]);
+        return std::to_string(differing) + " of " + Text{}(a) + ", first " + place(a, first) + ": " +
+               difference(a[first], b[first]);
     }
 };
 

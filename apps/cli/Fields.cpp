@@ -63,7 +63,7 @@ void Walker::field(const std::string& name, CMMatrix2Dzq& matrix) {
     field(name + ".rows", matrix.getRow());
     field(name + ".cols", matrix.getCol());
     const double* const block = size > 0 ? matrix.getDataPP()[0] : nullptr;
-    tell(name + ".data", std::span(block, static_cast<std::size_t>(size)));
+    tell(name + ".data", MatrixValues{{block, static_cast<std::size_t>(size)}, matrix.getCol()});
 }
 
 void Walker::bufferFields(const auto& owner) {
@@ -164,15 +164,22 @@ void Walker::fields(const CFaceIca& p) {
 // A field's value as JSON.
 struct Write {
     JsonWriter& json;
+    bool byRows;
 
     void operator()(std::monostate) const { json.null(); }
     void operator()(std::int64_t value) const { json.value(value); }
     void operator()(double value) const { json.bits(value); }
     void operator()(const CString& value) const { json.value(value); }
-    template <class Values>
-    void operator()(const Values& values) const {
+    template <class Elements>
+    void operator()(const Elements& values) const {
         json.beginArray();
         for (const auto value : values) (*this)(value);
+        json.endArray();
+    }
+    void operator()(const MatrixValues& matrix) const {
+        if (!byRows) return (*this)(matrix.values);
+        json.beginArray();
+        for (std::size_t k = 0; k < matrix.size(); k += matrix.row(k).size()) (*this)(matrix.row(k));
         json.endArray();
     }
 };
@@ -199,8 +206,15 @@ void forEachField(CIcaParam& parameters, const VisitField& visit) {
     Walker(visit).fields(parameters);
 }
 
-void writeField(JsonWriter& json, const FieldValue& value) {
-    std::visit(Write{json}, value);
+void writeField(JsonWriter& json, const std::string& key, const FieldValue& value, Values values) {
+    if (values == Values::count) {
+        const auto* const buffer = std::get_if<std::span<const double>>(&value);
+        const auto* const matrix = std::get_if<MatrixValues>(&value);
+        if (buffer || matrix)
+            return json.field(key + ".count", std::ssize(buffer ? *buffer : matrix->values));
+    }
+    json.key(key);
+    std::visit(Write{json, values == Values::byRows}, value);
 }
 
 } // namespace icawave::cli

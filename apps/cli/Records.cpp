@@ -51,6 +51,7 @@ void check(const CheckOptions& options) {
 
 struct DumpOptions {
     std::string file;
+    bool summary = false;
 };
 
 void dump(const DumpOptions& options) {
@@ -61,10 +62,11 @@ void dump(const DumpOptions& options) {
     json.field("kind", CString(whole.isPackage ? "package" : "dataset"));
     json.key("object");
     json.beginObject();
+    const Values values = options.summary ? Values::count : Values::byRows;
     if (whole.isPackage)
-        dump(json, whole.package);
+        dump(json, whole.package, values);
     else
-        dump(json, *whole.package.getIcaData(0));
+        dump(json, *whole.package.getIcaData(0), values);
     json.endObject();
     json.endObject();
     std::cout << '\n';
@@ -101,9 +103,10 @@ void addCheck(CLI::App& app) {
 
 void addDump(CLI::App& app) {
     const auto options = std::make_shared<DumpOptions>();
-    CLI::App& command =
-        addCommand(app, "dump", "Print every field as JSON, doubles as their bits", options, dump);
+    CLI::App& command = addCommand(
+        app, "dump", "Print every field as JSON, doubles as their bits, matrices by rows", options, dump);
     addFile(command, options->file);
+    command.add_flag("--summary", options->summary, "how many values there are in place of the values");
 }
 
 void addCopy(CLI::App& app) {
