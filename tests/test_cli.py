@@ -360,7 +360,7 @@ class Packages(Case):
         self.good("merge", "0", "1", "2.icd", "3", "-o", "merged")
         self.good("copy", "p.icpkg", "copied")
         self.same("p.icpkg", "merged", "copied")
-        self.good("extract", "-d", 3, "-o", "turned", "-d0", "p.icpkg")
+        self.good("extract", "-d", 3, "-o", "turned", "-d", 0, "p.icpkg")
         self.assertEqual([(row["name"], row["current"]) for row in self.rows("turned")],
                          [("réc trial 4", False), ("réc trial 1", True)])
 
@@ -464,9 +464,10 @@ class Packages(Case):
 
     def test_several_files(self):
         self.write("bad", self.damaged(1))
-        for command, text in [("list", "trial 4"), ("info", "Data sets          4"), ("stats", "trial 4 Min"), ("check", "4 data")]:
-            self.assertEqual(self.good(command, "p.icpkg", "p.icpkg").count(text), 2)
-            done = self.run_it(command, "none", "bad", "p.icpkg")
+        for command, text in [(["list"], "trial 4"), (["info"], "Data sets          4"), (["stats", "-d", 3], "trial 4 Min"),
+                              (["check"], "4 data")]:
+            self.assertEqual(self.good(*command, "p.icpkg", "p.icpkg").count(text), 2)
+            done = self.run_it(*command, "none", "bad", "p.icpkg")
             self.assertEqual((done.returncode, done.stdout.decode().count(text) > 0), (2, True))
             self.assertRegex(done.stderr, rb"\Aicawave: none: No such[^\n]*\n(icawave: bad: [^\n]*\n)?\Z")
         self.assertEqual(self.run_it("check", "p.icpkg", "bad", "p.icpkg").returncode, 1)
