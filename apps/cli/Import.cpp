@@ -4,6 +4,7 @@
 #include "apps/cli/Text.h"
 
 #include <filesystem>
+#include <map>
 
 namespace icawave::cli {
 
