@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 """The command line: test_cli.py ICAWAVE GOLDEN_DIR"""
 import csv
 import json

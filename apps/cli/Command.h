@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What commands are made of: the options that several have, so that each means one thing everywhere.
 #pragma once
 

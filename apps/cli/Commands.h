@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The commands of the command line. Each registers itself beside its code: options, help, and the work that
 // is called once all options are read. Results go to stdout; what is wrong is thrown and becomes one line on
 // stderr.

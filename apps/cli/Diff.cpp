@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave diff: which fields and values of two files differ, bit for bit.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave export: the values of one data set for other programs, or the data set as a file of its own.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Every field of an object, complete and exact, as one flat list of keys: field names joined by '.', elements
 // as [k].
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave import: packages from EEGLAB data sets.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave info: what a person wants to know about a file.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Writes JSON as it goes, so that a large package costs no second copy in memory. Texts are UTF-16 taken unit
 // by unit: printable ASCII stands for itself, every other unit is \uXXXX, so that lone surrogates and zero
 // units survive.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave list: one row for each data set, with the columns of the manager.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"

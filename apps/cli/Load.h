@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Reading a package or a data set file, whatever its state.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave salvage, index, extract and merge: package files, record by record.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave stats, norm and sum: what the library's processing says of a file, and does to one.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"

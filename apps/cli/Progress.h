@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // How far a command has come: one line on stderr with percent and time left, drawn over itself and wiped at
 // the end. Only a terminal sees it, and only once the command has lasted 0.2 s.
 //

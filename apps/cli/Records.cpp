@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave check, dump and copy: whole files.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Writing a file so that a failure leaves what was there before, and nothing is replaced that nobody meant
 // to.
 #pragma once

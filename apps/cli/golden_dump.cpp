@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // golden_dump KIND FILE [--preload FILE] [--resave FILE]: loads a record of that kind and prints what came of
 // it as one JSON object: messages, result, exception, and every field of the object afterwards.
 #include "apps/cli/Fields.h"

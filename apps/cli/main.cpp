@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave: the command line. Every command either does all of its work or ends with one line on stderr.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"

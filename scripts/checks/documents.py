@@ -1,10 +1,29 @@
+# SPDX-License-Identifier: BSD-3-Clause
 """documents.py SOURCE_FOLDER: what the documents show is what the code is."""
+import os
 import re
 import sys
 from pathlib import Path
 
+LICENCE = "SPDX-License-Identifier: BSD-3-Clause"
+
+
+def sources(root):
+    """C++, Python, CMake and scripts, those in the folders of builds left out."""
+    for folder, inner, names in os.walk(root):
+        inner[:] = [name for name in inner if name not in ("build", ".git")]
+        for path in (Path(folder) / name for name in names):
+            kind = "cmake" if path.name == "CMakeLists.txt" else path.suffix[1:]
+            if kind in ("cpp", "h", "py", "cmake") or (not kind and path.read_bytes()[:2] == b"#!"):
+                yield path
+
 
 def main(root):
+    for path in sources(root):
+        line = ("// " if path.suffix in (".cpp", ".h") else "# ") + LICENCE
+        if line not in path.read_text().splitlines()[:2]:
+            return f"{path.relative_to(root)}: does not begin with {line}"
+
     hex_block = re.search(r"```hex\n(.*?)```", (root / "docs/FORMAT.md").read_text(), re.S)[1]
     shown = bytes.fromhex("".join(re.match(r"(?:[0-9A-F]{2} ?)+", line)[0] for line in hex_block.splitlines()))
     if shown != (root / "tests/golden/default_package.bin").read_bytes():
