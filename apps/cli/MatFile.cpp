@@ -15,10 +15,11 @@ namespace {
 
 std::string firstComplaint; // of the MAT reader since the last variable; it has no other way to tell
 
-void takeComplaint(int level, char* message) {
+// A template, since the message is a char* for older versions of the reader and a const char* for newer ones.
+constexpr auto takeComplaint = [](int level, auto* message) {
     const bool serious = level & (MATIO_LOG_LEVEL_ERROR | MATIO_LOG_LEVEL_CRITICAL);
     if (serious && firstComplaint.empty()) firstComplaint = message;
-}
+};
 
 // Calls `use` with the values as they are stored; false for a class that is not numeric.
 bool withNumbers(const matvar_t& variable, const auto& use) {
