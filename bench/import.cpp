@@ -30,7 +30,7 @@ int main(int argc, char** argv) {
                     icawave::cli::EeglabSet set(source);
                     const Eigen::MatrixXd unmix = set.weights * set.sphere;
                     for (std::int64_t trial = 0; trial < set.trials; ++trial)
-                        sum += (unmix * set.samples(trial)).eval()(0, 0);
+                        sum += (unmix * set.samples(trial, 0, set.sampleCount)).eval()(0, 0);
                 });
                 benchmark::DoNotOptimize(&sum);
                 return time;

@@ -36,7 +36,8 @@ inline constexpr std::array allCommands = {addImport, addList, addInfo,  addStat
                                            addNorm,   addSum,  addCheck, addSalvage, addExtract,
                                            addMerge,  addDiff, addIndex, addDump,    addCopy};
 
-// A package of an EEGLAB data set's trials.
-void importSet(const std::string& source, const Output& target);
+// A package of an EEGLAB data set's trials. `strict`: what would be a warning is an error, and nothing is
+// written.
+void importSet(const std::string& source, const Output& target, bool strict = false);
 
 } // namespace icawave::cli

@@ -13,11 +13,11 @@ class EeglabSet {
 public:
     explicit EeglabSet(const std::string& path); // a Failure for everything that does not fit together
 
-    // The samples of one trial, sensors used x samples.
-    Eigen::MatrixXd samples(std::int64_t trial);
-    // The component values that the file keeps of it, components x samples.
-    Eigen::MatrixXd storedActivations(std::int64_t trial) const;
-    bool hasActivations() const { return !m_activations.isEmpty(); }
+    // Some samples of one trial, sensors used x count.
+    Eigen::MatrixXd samples(std::int64_t trial, std::int64_t first, std::int64_t count);
+    // The component values that the file keeps of them, components x count.
+    Eigen::MatrixXd storedActivations(std::int64_t trial, std::int64_t first, std::int64_t count) const;
+    bool hasActivations() const { return m_compares; }
 
     CString name;              // setname; empty when the file has none
     std::string sampleFile;    // base name of the .fdt; empty: the samples lie in the .set
@@ -30,15 +30,21 @@ public:
     std::vector<Eigen::Index> sensors;       // rows of the recording that the decomposition uses
     std::vector<bool> hidden;                // the components marked for rejection
     std::vector<std::string> leftOut;        // what the file has beyond this
+    std::vector<std::string> notes;          // what is unusual, and taken as it is meant
+    std::vector<std::string> warnings;       // what may be wrong with the values or the marks
 
 private:
-    MatValue field(const char* name);
+    MatValue field(const char* name) const;
+    void requireAllVariables() const;
     void readDecomposition();
     void readSensors();
     void readMarks();
     void openSamples();
     void openSampleFile(const CString& stated);
+    void openActivations();
+    void checkTimes();
     void noteLeftOut();
+    bool isEpoched(const MatValue& values, std::int64_t rows) const;
 
     std::string m_path;
     MatFile m_file;
@@ -46,6 +52,8 @@ private:
     MatValue m_data;
     MatValue m_activations;
     std::ifstream m_samples; // the .fdt
+    std::uint64_t m_sampleBytes = 0;
+    bool m_compares = false;
 };
 
 } // namespace icawave::cli

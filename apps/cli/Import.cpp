@@ -14,6 +14,7 @@ namespace {
 struct Options {
     std::vector<std::string> sources;
     Target target;
+    bool strict = false;
 };
 
 // The package that a source becomes: the target, or NAME.icpkg in the folder that it is.
@@ -36,7 +37,7 @@ void import(const Options& options) {
         targets.emplace(source, Output(target, options.target.force, options.sources));
     }
     forEachFile(options.sources, false,
-                [&](const std::string& source) { importSet(source, targets.at(source)); });
+                [&](const std::string& source) { importSet(source, targets.at(source), options.strict); });
 }
 
 } // namespace
@@ -47,6 +48,7 @@ void addImport(CLI::App& app) {
         app, "import", "Make a package of each EEGLAB data set, one data set per trial", options, import);
     addFiles(command, options->sources, "SRC.set", "the EEGLAB data sets");
     addTarget(command, options->target, "-o", "the package to write, or the folder for SRC.icpkg");
+    command.add_flag("--strict", options->strict, "take warnings for errors: write nothing");
 }
 
 } // namespace icawave::cli

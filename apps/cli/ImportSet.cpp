@@ -46,6 +46,12 @@ struct Parameters {
     Rows inverse; // empty when there is none
 };
 
+// Values of all channels that are read in one piece.
+constexpr std::int64_t samplesAtOnce = std::int64_t{1} << 22;
+// Activations are stored in single precision and computed from samples in single precision; what is summed
+// and rounded otherwise stays far below this share of the largest one.
+constexpr double largestHarmlessDifference = 1e-3;
+
 class Importer {
 public:
     explicit Importer(const std::string& source)
@@ -63,13 +69,25 @@ public:
     std::string sampleFile() const { return m_folder / m_set.sampleFile; } // the folder when there is none
     void addTrials(PackageWriter& writer, Progress& progress) {
         const Eigen::MatrixXd unmix = m_set.weights * m_set.sphere;
+        const std::int64_t block = std::max<std::int64_t>(1, samplesAtOnce / m_set.channels);
+        Rows activations(unmix.rows(), m_set.sampleCount);
         for (std::int64_t trial = 0; trial < m_set.trials; ++trial) {
-            const Rows activations = unmix * m_set.samples(trial);
-            if (m_set.hasActivations()) compare(activations, m_set.storedActivations(trial));
+            for (std::int64_t first = 0; first < m_set.sampleCount; first += block) {
+                const std::int64_t count = std::min(block, m_set.sampleCount - first);
+                const Eigen::MatrixXd samples = m_set.samples(trial, first, count);
+                if (!samples.allFinite())
+                    m_notFinite += count - samples.array().isFinite().colwise().all().count();
+                activations.middleCols(first, count).noalias() = unmix * samples;
+                if (m_set.hasActivations())
+                    compare(activations.middleCols(first, count),
+                            m_set.storedActivations(trial, first, count));
+            }
             writer.add(dataSet(trial, activations).get());
             progress.update(trial + 1);
         }
     }
+    // Of the file, and of its values once all trials are added.
+    std::vector<std::string> warnings() const;
 
     std::int32_t trials() const { return static_cast<std::int32_t>(m_set.trials); }
     std::string report() const;
@@ -77,6 +95,9 @@ public:
 private:
     DataSetOwner dataSet(std::int64_t trial, const Rows& activations) const;
     void compare(const Eigen::MatrixXd& computed, const Eigen::MatrixXd& stored);
+    double difference() const { // relative to the largest activation
+        return m_largestActivation > 0.0 ? m_largestDifference / m_largestActivation : m_largestDifference;
+    }
 
     EeglabSet m_set;
     std::filesystem::path m_folder;
@@ -85,6 +106,7 @@ private:
     CString m_name, m_info;
     double m_largestDifference = 0.0; // from the stored activations; NaN when one of the two has a NaN alone
     double m_largestActivation = 0.0;
+    std::int64_t m_notFinite = 0; // samples in time of which a sensor's value is not finite
 };
 
 DataSetOwner Importer::dataSet(std::int64_t trial, const Rows& activations) const {
@@ -122,6 +144,16 @@ void Importer::compare(const Eigen::MatrixXd& computed, const Eigen::MatrixXd& s
     }
 }
 
+std::vector<std::string> Importer::warnings() const {
+    std::vector<std::string> all = m_set.warnings;
+    if (m_notFinite > 0)
+        all.push_back("data holds values that are not finite, at " + counted(m_notFinite, "sample"));
+    if (!(difference() <= largestHarmlessDifference))
+        all.push_back("icaact, the stored activations, differ from icaweights * icasphere * data by up to " +
+                      number(difference()) + " of the largest");
+    return all;
+}
+
 std::string Importer::report() const {
     const auto sensors = static_cast<std::int64_t>(m_set.sensors.size());
     std::string text =
@@ -133,12 +165,11 @@ std::string Importer::report() const {
         text += "; the unmixing matrix is singular, so its inverse is left empty";
     if (m_set.name.IsEmpty()) text += "; no setname, so the file's name is used";
     if (m_set.hasActivations())
-        text += "; largest difference from the stored activations: " +
-                number(m_largestActivation > 0.0 ? m_largestDifference / m_largestActivation
-                                                 : m_largestDifference) +
+        text += "; largest difference from the stored activations: " + number(difference()) +
                 " of the largest activation";
     else
         text += "; no stored activations to check";
+    for (const std::string& note : m_set.notes) text += "; " + note;
     for (const std::string& part : m_set.leftOut)
         text += (&part == &m_set.leftOut.front() ? "; not imported: " : ", ") + part;
     return text;
@@ -146,14 +177,18 @@ std::string Importer::report() const {
 
 } // namespace
 
-void importSet(const std::string& source, const Output& target) {
+void importSet(const std::string& source, const Output& target, bool strict) {
     Importer importer(source);
     target.mustNotBe(importer.sampleFile());
     savePackage(target, importer.trials(), importer.package(), [&](PackageWriter& writer) {
         Progress progress("importing " + source, importer.trials());
         importer.addTrials(writer, progress);
+        if (const std::vector<std::string> warnings = importer.warnings(); strict && !warnings.empty())
+            throw Failure(source, warnings.front());
     });
     std::cout << printable(target.path()) << ": " << printable(importer.report()) << '\n';
+    for (const std::string& warning : importer.warnings())
+        std::cerr << "warning: " << printable(source + ": " + warning) << '\n';
 }
 
 } // namespace icawave::cli

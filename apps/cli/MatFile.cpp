@@ -2,10 +2,14 @@
 
 #include "apps/cli/Text.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <unistd.h>
 
@@ -13,89 +17,88 @@ namespace icawave::cli {
 
 namespace {
 
-std::string firstComplaint; // of the MAT reader since the last variable; it has no other way to tell
-
-// A template, since the message is a char* for older versions of the reader and a const char* for newer ones.
-constexpr auto takeComplaint = [](int level, auto* message) {
-    const bool serious = level & (MATIO_LOG_LEVEL_ERROR | MATIO_LOG_LEVEL_CRITICAL);
-    if (serious && firstComplaint.empty()) firstComplaint = message;
-};
-
-// Calls `use` with the values as they are stored; false for a class that is not numeric.
-bool withNumbers(const matvar_t& variable, const auto& use) {
-    const auto as = [&]<class T>(T) {
-        use(static_cast<const T*>(variable.data));
-        return true;
-    };
-    switch (variable.class_type) {
-    case MAT_C_DOUBLE:
-        return as(double{});
-    case MAT_C_SINGLE:
-        return as(float{});
-    case MAT_C_INT8:
-        return as(std::int8_t{});
-    case MAT_C_UINT8:
-        return as(std::uint8_t{});
-    case MAT_C_INT16:
-        return as(std::int16_t{});
-    case MAT_C_UINT16:
-        return as(std::uint16_t{});
-    case MAT_C_INT32:
-        return as(std::int32_t{});
-    case MAT_C_UINT32:
-        return as(std::uint32_t{});
-    case MAT_C_INT64:
-        return as(std::int64_t{});
-    case MAT_C_UINT64:
-        return as(std::uint64_t{});
-    default:
-        return false;
+// Calls `use` with a value of the type that is stored; nothing for what is no number.
+void withType(MatStorage storage, const auto& use) {
+    switch (storage) {
+    case MatStorage::int8:
+        return use(std::int8_t{});
+    case MatStorage::uint8:
+        return use(std::uint8_t{});
+    case MatStorage::int16:
+        return use(std::int16_t{});
+    case MatStorage::uint16:
+        return use(std::uint16_t{});
+    case MatStorage::int32:
+        return use(std::int32_t{});
+    case MatStorage::uint32:
+        return use(std::uint32_t{});
+    case MatStorage::float32:
+        return use(float{});
+    case MatStorage::float64:
+        return use(double{});
+    case MatStorage::int64:
+        return use(std::int64_t{});
+    case MatStorage::uint64:
+        return use(std::uint64_t{});
+    case MatStorage::utf8:
+    case MatStorage::utf16:
+        break;
     }
 }
+
+template <class T>
+T valueAt(const MatData& data, std::size_t index) {
+    std::array<std::byte, sizeof(T)> bytes;
+    std::memcpy(bytes.data(), data.bytes.data() + index * sizeof(T), sizeof(T));
+    if (data.swapped) std::ranges::reverse(bytes);
+    return std::bit_cast<T>(bytes);
+}
+
+constexpr std::string_view hdf5Signature = "\x89HDF\r\n\x1a\n";
 
 } // namespace
 
-MatValue MatValue::field(const char* name) const {
-    if (!isStruct() || size() != 1) fail("is not a single structure");
-    // Of a damaged structure the reader may leave any of these null, and looks up names without asking.
-    char* const* names = m_variable->data ? Mat_VarGetStructFieldnames(m_variable) : nullptr;
-    if (!names) fail("is damaged");
-    for (unsigned k = 0; k < Mat_VarGetNumberOfFields(m_variable); ++k) {
-        if (!names[k]) fail("is damaged");
-        if (std::strcmp(names[k], name) == 0)
-            return {m_file, m_name + "." + name, Mat_VarGetStructFieldByIndex(m_variable, k, 0)};
-    }
-    return {m_file, m_name + "." + name, nullptr};
+std::uint64_t bytesPerValue(MatStorage storage) {
+    if (storage == MatStorage::utf8) return 1;
+    if (storage == MatStorage::utf16) return 2;
+    std::uint64_t bytes = 0;
+    withType(storage, [&](auto value) { bytes = sizeof value; });
+    return bytes;
 }
 
-std::int64_t MatValue::size() const {
-    if (!m_variable || !m_variable->dims) return 0;
-    std::int64_t product = 1;
-    for (int k = 0; k < m_variable->rank; ++k) {
-        if (m_variable->dims[k] == 0) return 0;
-    }
-    for (int k = 0; k < m_variable->rank; ++k) {
-        if (__builtin_mul_overflow(product, m_variable->dims[k], &product)) fail("has impossible sizes");
-    }
-    return product;
+bool multiply(const std::vector<std::int64_t>& sizes, std::int64_t& product) {
+    product = std::ranges::count(sizes, 0) > 0 ? 0 : 1;
+    return product == 0 || std::ranges::none_of(sizes, [&](std::int64_t size) {
+               return __builtin_mul_overflow(product, size, &product);
+           });
+}
+
+MatValue MatValue::field(const char* name) const {
+    if (!m_array || m_array->type != MatClass::structure || size() != 1) fail("is not a single structure");
+    return {m_file, m_name + "." + name, m_array->field(name)};
+}
+
+std::string MatValue::sizes() const {
+    if (!m_array) return "missing";
+    std::string text;
+    for (const std::int64_t size : m_array->sizes) text += (text.empty() ? "" : " x ") + std::to_string(size);
+    return text;
 }
 
 CString MatValue::text() const {
     if (isEmpty()) return {};
-    if (!isText() || m_variable->rank != 2 || m_variable->dims[0] != 1) fail("is not a line of text");
-    const std::size_t bytes = m_variable->data ? m_variable->nbytes : 0;
-    switch (m_variable->data_type) {
-    case MAT_T_UTF8:
-    case MAT_T_INT8:
-    case MAT_T_UINT8:
-        return std::string_view(static_cast<const char*>(m_variable->data), bytes);
-    case MAT_T_UTF16:
-    case MAT_T_INT16:
-    case MAT_T_UINT16:
-        return std::u16string_view(static_cast<const char16_t*>(m_variable->data), bytes / 2);
-    default:
-        fail("is text of an unknown encoding");
-    }
+    if (!isText() || m_array->sizes.size() != 2 || m_array->sizes[0] != 1) fail("is not a line of text");
+    requireAffordable(size(), sizeof(char16_t));
+    const MatData data = m_array->data();
+    if (bytesPerValue(data.storage) == 1)
+        return std::string_view(reinterpret_cast<const char*>(data.bytes.data()), data.bytes.size());
+    std::u16string units(data.bytes.size() / 2, u'\0');
+    for (std::size_t k = 0; k < units.size(); ++k) units[k] = valueAt<char16_t>(data, k);
+    return units;
+}
+
+bool MatValue::isReal() const {
+    return m_array && isNumeric(m_array->type) && !m_array->isComplex;
 }
 
 double MatValue::scalar() const {
@@ -115,10 +118,10 @@ std::int64_t MatValue::wholeNumber() const {
 }
 
 Eigen::MatrixXd MatValue::matrix() const {
-    if (isEmpty()) fail("is missing or empty");
     requireReal();
-    if (m_variable->rank != 2) fail("is not a matrix");
-    Eigen::MatrixXd values(m_variable->dims[0], m_variable->dims[1]);
+    if (m_array->sizes.size() != 2) fail("is not a matrix");
+    requireAffordable(size(), sizeof(double));
+    Eigen::MatrixXd values(m_array->sizes[0], m_array->sizes[1]);
     copyValues(0, values.size(), values.data());
     if (!values.allFinite()) fail("holds a value that is not finite");
     return values;
@@ -126,58 +129,72 @@ Eigen::MatrixXd MatValue::matrix() const {
 
 void MatValue::copyValues(std::int64_t first, std::int64_t count, double* to) const {
     requireReal();
-    if (first < 0 || count < 0 || count > size() - first) fail("has too few values");
-    withNumbers(*m_variable, [&](const auto* values) {
-        for (std::int64_t k = 0; k < count; ++k) to[k] = static_cast<double>(values[first + k]);
+    if (first < 0 || count < 0 || first > size() || count > size() - first) fail("has too few values");
+    const MatData data = m_array->data();
+    withType(data.storage, [&]<class T>(T) {
+        for (std::int64_t k = 0; k < count; ++k) to[k] = static_cast<double>(valueAt<T>(data, first + k));
     });
 }
 
-void MatValue::requireSizes(const std::vector<std::int64_t>& sizes) const {
-    requireReal();
-    const std::size_t rank = m_variable->rank;
-    bool same = true;
-    std::string wanted, found;
-    for (std::size_t k = 0; k < std::max(rank, sizes.size()); ++k) {
-        const std::size_t has = k < rank ? m_variable->dims[k] : 1;
-        const std::size_t needs = k < sizes.size() ? sizes[k] : 1;
-        same = same && has == needs;
-        found += (k ? " x " : "") + std::to_string(has);
-        wanted += (k ? " x " : "") + std::to_string(needs);
+bool MatValue::hasSizes(const std::vector<std::int64_t>& wanted) const {
+    if (!m_array) return false;
+    const auto sizeAt = [](const std::vector<std::int64_t>& sizes, std::size_t k) {
+        return k < sizes.size() ? sizes[k] : 1;
+    };
+    for (std::size_t k = 0; k < std::max(m_array->sizes.size(), wanted.size()); ++k) {
+        if (sizeAt(m_array->sizes, k) != sizeAt(wanted, k)) return false;
     }
-    if (!same) fail("is " + found + " instead of " + wanted);
+    return true;
+}
+
+void MatValue::requireSizes(const std::vector<std::int64_t>& wanted) const {
+    requireReal();
+    if (hasSizes(wanted)) return;
+    std::string text;
+    for (const std::int64_t size : wanted) text += (text.empty() ? "" : " x ") + std::to_string(size);
+    fail("is " + sizes() + " instead of " + text);
 }
 
 void MatValue::fail(const std::string& what) const {
-    throw Failure(m_file, m_name + " " + what);
+    throw Failure(m_file->path(), m_name + " " + what);
 }
 
-// The reader's own account of the memory must agree before it is trusted.
 void MatValue::requireReal() const {
     if (isEmpty()) fail("is missing or empty");
-    if (m_variable->isComplex) fail("is complex");
-    bool whole = false;
-    const bool numeric = withNumbers(*m_variable, [&]<class T>(const T* values) {
-        const auto bytes = static_cast<std::uint64_t>(size()) * sizeof(T);
-        whole = values && m_variable->nbytes / sizeof(T) == static_cast<std::uint64_t>(size()) &&
-                m_variable->nbytes == bytes;
-    });
-    if (!numeric) fail("is not numeric");
-    if (!whole) fail("is damaged");
+    if (m_array->type == MatClass::sparse) fail("is sparse, which is not supported");
+    if (!isNumeric(m_array->type)) fail("is not numeric");
+    if (m_array->isComplex) fail("is complex");
+}
+
+// Small storage and compression let a small file state large values.
+void MatValue::requireAffordable(std::int64_t count, std::size_t bytesEach) const {
+    const std::uint64_t most = (std::uint64_t{8} << 20) + 2 * m_file->bytes();
+    if (static_cast<std::uint64_t>(count) > most / bytesEach)
+        fail("has " + std::to_string(count) + " values, too many for a file of this size");
 }
 
 MatFile::MatFile(const std::string& path) : m_path(path) {
-    Mat_LogInitFunc("icawave", takeComplaint);
+    const std::filesystem::file_status status = std::filesystem::status(path);
+    if (std::filesystem::is_directory(status)) throw Failure(path, "is a directory");
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw Failure(path, "is not a regular file");
     if (::access(path.c_str(), R_OK) != 0) throw Failure(path, systemError(errno));
-    if (std::filesystem::is_directory(path)) throw Failure(path, "is a directory");
-    m_file.reset(Mat_Open(path.c_str(), MAT_ACC_RDONLY));
-    if (!m_file) throw Failure(path, "not a MAT-file");
+    m_bytes = std::filesystem::file_size(path);
+    std::ifstream file(path, std::ios::binary);
+    // HDF5 begins at byte 0, 512 or a doubling of it; MATLAB puts a header of 512 bytes before it.
+    for (std::uint64_t begin = 0; begin < m_bytes; begin = std::max<std::uint64_t>(512, 2 * begin)) {
+        std::array<char, 8> start{};
+        if (!file.seekg(static_cast<std::streamoff>(begin)).read(start.data(), start.size())) break;
+        if (std::string_view(start.data(), start.size()) == hdf5Signature) {
+            m_source = openHdf5(path, begin);
+            return;
+        }
+    }
+    m_source = openLevel5(path);
 }
 
-MatValue MatFile::variable(const char* name) {
-    firstComplaint.clear();
-    m_variables.emplace_back(Mat_VarRead(m_file.get(), name));
-    if (!firstComplaint.empty()) throw Failure(m_path, "damaged MAT-file: " + firstComplaint);
-    return {m_path, name, m_variables.back().get()};
+MatValue MatFile::variable(const char* name) const {
+    return {this, name, m_source->variable(name)};
 }
 
 } // namespace icawave::cli
