@@ -1,6 +1,6 @@
 // Damages a copy of a .set file in many ways; each import of it is refused, or gives what the whole file
 // gives.
-//     importer_sweep FILE.set FOLDER STEP [WORD...]
+//     importer_sweep FILE.set FOLDER STEP [WORD or FILE...]
 // The copy is made in FOLDER, beside what lies there. It is cut at every byte of its first 64 KiB and at
 // every STEP-th after that, its .fdt file more seldom. Each word ("OFFSET:BYTES") is set to 0, half, one more
 // and 2^31 - 1.
@@ -42,9 +42,10 @@ public:
     explicit Sweep(const fs::path& path) : m_path(path), m_whole(import(path)) {}
 
     bool isReadable() const { return m_whole.has_value(); }
-    void check(const std::string& damage) {
+    void check(const std::string& damage) { check(m_path, damage); }
+    void check(const fs::path& path, const std::string& damage) {
         ++m_tried;
-        const std::optional<std::string> found = import(m_path);
+        const std::optional<std::string> found = import(path);
         if (!found) return;
         ++m_same;
         if (found == m_whole) return;
@@ -109,6 +110,11 @@ int main(int argc, char** argv) {
     cutEverywhere(sweep, copy, 65536, step);
     const fs::path sampleCopy = fs::path(argv[2]) / samples.filename();
     if (fs::exists(sampleCopy)) cutEverywhere(sweep, sampleCopy, 1024, 97 * step);
-    for (int k = 4; k < argc; ++k) changeWord(sweep, copy, argv[k]);
+    for (int k = 4; k < argc; ++k) {
+        if (*argv[k] == '/')
+            sweep.check(argv[k], argv[k]);
+        else
+            changeWord(sweep, copy, argv[k]);
+    }
     return sweep.report();
 }

@@ -57,7 +57,7 @@ bool multiply(const std::vector<std::int64_t>& sizes, std::int64_t& product);
 
 // The memory that a file of this many bytes may claim beyond them, by compression or by small storage.
 inline std::uint64_t inflatedAllowance(std::uint64_t fileBytes) {
-    return (std::uint64_t{32} << 20) + 24 * fileBytes;
+    return (std::uint64_t{32} << 20) + 16 * fileBytes;
 }
 
 struct MatData {

@@ -181,14 +181,18 @@ MatFile::MatFile(const std::string& path) : m_path(path) {
     if (::access(path.c_str(), R_OK) != 0) throw Failure(path, systemError(errno));
     m_bytes = std::filesystem::file_size(path);
     std::ifstream file(path, std::ios::binary);
+    const auto holds = [&](std::uint64_t at, std::string_view wanted) {
+        std::array<char, 8> found{};
+        file.seekg(static_cast<std::streamoff>(at)).read(found.data(), std::ssize(wanted));
+        return file && std::string_view(found.data(), wanted.size()) == wanted;
+    };
     // HDF5 begins at byte 0, 512 or a doubling of it; MATLAB puts a header of 512 bytes before it.
-    for (std::uint64_t begin = 0; begin < m_bytes; begin = std::max<std::uint64_t>(512, 2 * begin)) {
-        std::array<char, 8> start{};
-        if (!file.seekg(static_cast<std::streamoff>(begin)).read(start.data(), start.size())) break;
-        if (std::string_view(start.data(), start.size()) == hdf5Signature) {
-            m_source = openHdf5(path, begin);
-            return;
-        }
+    const bool isLevel5 = holds(124, std::string_view("\0\1IM", 4));
+    for (std::uint64_t begin = 0; begin < m_bytes && !isLevel5;
+         begin = std::max<std::uint64_t>(512, 2 * begin)) {
+        if (!holds(begin, hdf5Signature)) continue;
+        m_source = openHdf5(path, begin);
+        return;
     }
     m_source = openLevel5(path);
 }

@@ -3,6 +3,7 @@
 // library takes damaged bytes. So a child process asks it, under limits of memory and time, and reads only
 // what is wanted; a child that dies is a file that is refused, and what it answers is checked like a file.
 #include "apps/cli/ChildProcess.h"
+#include "apps/cli/Hdf5Groups.h"
 #include "apps/cli/Inflate.h"
 #include "apps/cli/MatArray.h"
 #include "apps/cli/Text.h"
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#define H5_USE_110_API // later ones give no addresses
 #include <hdf5.h>
 #include <optional>
 #include <stdexcept>
@@ -297,11 +299,11 @@ struct Found {
 
 class Hdf5Child {
 public:
-    Hdf5Child(const std::string& path, std::uint64_t fileBytes)
+    Hdf5Child(const std::string& path, std::uint64_t begin, std::uint64_t fileBytes)
         : m_file((H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr),
                   H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT)),
                  H5Fclose),
-          m_fileBytes(fileBytes) {}
+          m_path(path), m_begin(begin), m_fileBytes(fileBytes) {}
 
     Found find(const std::string& path, bool withValues) {
         if (const std::size_t slash = path.rfind('/'); slash != std::string::npos) {
@@ -314,6 +316,9 @@ public:
 private:
     Found find(hid_t group, const std::string& name, bool withValues) {
         Found found;
+        H5O_info_t where;
+        must(H5Oget_info(group, &where));
+        if (!listsAllMembers(m_path, m_begin, where.addr)) refuse("a list of members is incomplete");
         if (must(H5Lexists(group, name.c_str(), H5P_DEFAULT)) == 0) return found;
         H5L_info_t link;
         must(H5Lget_info(group, name.c_str(), &link, H5P_DEFAULT));
@@ -392,17 +397,18 @@ private:
     }
 
     Handle m_file;
-    std::uint64_t m_fileBytes;
+    std::string m_path;
+    std::uint64_t m_begin, m_fileBytes;
 };
 
-void serve(const std::string& path, std::uint64_t fileBytes, Channel& channel) {
+void serve(const std::string& path, std::uint64_t begin, std::uint64_t fileBytes, Channel& channel) {
     std::optional<Hdf5Child> file;
     for (Request request; channel.receive(&request, sizeof request);) {
         std::string array(request.pathBytes, '\0');
         if (!channel.receive(array.data(), array.size())) return;
         Found found;
         try {
-            if (!file) file.emplace(path, fileBytes);
+            if (!file) file.emplace(path, begin, fileBytes);
             found = file->find(array, request.withValues != 0);
         } catch (const std::bad_alloc&) {
             found = {};
@@ -427,9 +433,9 @@ void serve(const std::string& path, std::uint64_t fileBytes, Channel& channel) {
 
 class Hdf5File : public MatSource {
 public:
-    Hdf5File(const std::string& path, std::uint64_t fileBytes)
-        : m_path(path), m_fileBytes(fileBytes), m_allowance(inflatedAllowance(fileBytes)),
-          m_child(limits(fileBytes), [&](Channel& channel) { serve(path, fileBytes, channel); }) {}
+    Hdf5File(const std::string& path, std::uint64_t begin, std::uint64_t fileBytes)
+        : m_path(path), m_allowance(inflatedAllowance(fileBytes)),
+          m_child(limits(fileBytes), [&](Channel& channel) { serve(path, begin, fileBytes, channel); }) {}
 
     std::shared_ptr<const MatArray> variable(const std::string& name) override;
 
@@ -474,7 +480,7 @@ public:
 
 private:
     static ChildLimits limits(std::uint64_t fileBytes) {
-        return {(std::uint64_t{64} << 20) + 2 * inflatedAllowance(fileBytes), 5 + fileBytes / 1'000'000};
+        return {(std::uint64_t{32} << 20) + 2 * inflatedAllowance(fileBytes), 5 + fileBytes / 1'000'000};
     }
     void receive(void* to, std::size_t bytes) {
         if (!m_child.channel().receive(to, bytes)) failed();
@@ -485,7 +491,6 @@ private:
     [[noreturn]] void failed() { throw Failure(m_path, "damaged MAT-file: reading it " + m_child.end()); }
 
     std::string m_path;
-    std::uint64_t m_fileBytes;
     std::uint64_t m_allowance;
     ChildProcess m_child;
 };
@@ -552,7 +557,7 @@ void requireWhole(const std::string& path, std::uint64_t begin, std::uint64_t fi
 std::unique_ptr<MatSource> openHdf5(const std::string& path, std::uint64_t begin) {
     const std::uint64_t fileBytes = std::filesystem::file_size(path);
     requireWhole(path, begin, fileBytes);
-    return std::make_unique<Hdf5File>(path, fileBytes);
+    return std::make_unique<Hdf5File>(path, begin, fileBytes);
 }
 
 } // namespace icawave::cli
