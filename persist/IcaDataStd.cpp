@@ -11,6 +11,10 @@ namespace {
 constexpr const char16_t* filter = u"ICA Data(*.icd)|*.icd|All Files(*.*)|*.*||";
 constexpr std::int32_t bufferSize = 4096;
 
+CString writtenPath(const CString& chosen) {
+    return chosen.Find(u".icd") < 0 ? chosen + u".icd" : chosen;
+}
+
 } // namespace
 
 // The record's result is not consulted: it has shown what is wrong.
@@ -31,12 +35,11 @@ std::int32_t CTrialIcaData09File::openicaDataStd() {
 }
 
 std::int32_t CTrialIcaData09File::saveIcaDataStd() {
-    CFileDialog dialog(false, u"ICA DAta.icd", icawave::FileDialogRequest::overwritePrompt, filter);
+    CFileDialog dialog(false, u"ICA DAta.icd", icawave::FileDialogRequest::overwritePrompt, filter,
+                       writtenPath);
     if (!dialog.DoModal()) return 0;
-    CString path = dialog.GetPathName();
-    if (path.Find(u".icd") < 0) path += u".icd";
     CFile file;
-    if (!file.Open(path, CFile::modeCreate | CFile::modeWrite)) return 0;
+    if (!file.Open(writtenPath(dialog.GetPathName()), CFile::modeCreate | CFile::modeWrite)) return 0;
     CArchive archive(&file, CArchive::store, bufferSize);
     serialize(archive);
     archive.Close();

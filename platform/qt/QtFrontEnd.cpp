@@ -4,6 +4,7 @@
 #include "platform/qt/Text.h"
 
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFontMetrics>
 #include <QMenu>
 #include <QMessageBox>
@@ -44,6 +45,23 @@ QWidget* owner() {
                                              : QApplication::activeWindow();
 }
 
+// Whether the file that the choice leads to may be written. The toolkit's own question would be about the
+// path chosen.
+bool mayWrite(const FileDialogRequest& request, const CString& chosen) {
+    if (!request.save || !(request.flags & FileDialogRequest::overwritePrompt)) return true;
+    const QFileInfo file(toQt(request.writtenPath ? request.writtenPath(chosen) : chosen));
+    if (!file.exists() || file.isDir()) return true; // over a folder nothing is written
+    const QPointer<QMessageBox> box =
+        new QMessageBox(QMessageBox::Warning, QApplication::applicationDisplayName(),
+                        QStringLiteral("%1 already exists.\nDo you want to replace it?").arg(file.fileName()),
+                        QMessageBox::Yes | QMessageBox::No, owner());
+    box->setTextFormat(Qt::PlainText);
+    box->setDefaultButton(QMessageBox::No);
+    const bool may = run(box) == QMessageBox::Yes;
+    delete box;
+    return may;
+}
+
 } // namespace
 
 QtFrontEnd::~QtFrontEnd() {
@@ -66,13 +84,15 @@ std::optional<CString> QtFrontEnd::fileDialog(const FileDialogRequest& request) 
     dialog->setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog->setFileMode(request.flags & FileDialogRequest::fileMustExist ? QFileDialog::ExistingFile
                                                                          : QFileDialog::AnyFile);
-    dialog->setOption(QFileDialog::DontConfirmOverwrite,
-                      !(request.flags & FileDialogRequest::overwritePrompt));
+    dialog->setOption(QFileDialog::DontConfirmOverwrite);
     dialog->setNameFilters(nameFilters(request.filter));
     dialog->selectFile(toQt(request.name));
     std::optional<CString> chosen;
-    if (run(dialog) == QDialog::Accepted && dialog && !dialog->selectedFiles().isEmpty())
-        chosen = fromQt(dialog->selectedFiles().front());
+    while (dialog && !chosen && run(dialog) == QDialog::Accepted && dialog &&
+           !dialog->selectedFiles().isEmpty()) {
+        const CString path = fromQt(dialog->selectedFiles().front());
+        if (mayWrite(request, path)) chosen = path;
+    }
     delete dialog;
     return chosen;
 }

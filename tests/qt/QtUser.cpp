@@ -5,9 +5,9 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QListView>
 #include <QMenu>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -138,7 +138,10 @@ void QtUser::answer(QWidget& modal) {
     auto* box = qobject_cast<QMessageBox*>(&modal);
     if (!box || !box->isVisible()) return;
     m_messages.push_back(text(box->text()));
+    m_owner = box->parentWidget();
     QAbstractButton* button = box->defaultButton() ? box->defaultButton() : box->buttons().front();
+    if (!m_answers.empty()) button = box->button(m_answers.front());
+    m_answers.clear();
     test::click(*button, {5, 5});
 }
 
@@ -148,6 +151,7 @@ void QtUser::answer(QFileDialog& dialog) {
     m_files.clear();
     if (!path) return QTest::keyClick(&dialog, Qt::Key_Escape);
     auto* name = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    dialog.findChild<QListView*>(QStringLiteral("listView"))->clearSelection(); // as typing does
     name->setText(QString::fromUtf8(path->utf8().c_str()));
     QTest::keyClick(name, Qt::Key_Return);
 }
@@ -157,6 +161,11 @@ void QtUser::answer(QMenu& menu) {
         m_menu.push_back(
             {action->data().toInt(), text(action->text()), action->isEnabled(), action->isChecked()});
     const auto chosen = path(menu, *std::exchange(m_command, std::nullopt));
+    if (m_key) {
+        const QPointer<QMenu> there = &menu;
+        QTest::keyClick(&menu, *std::exchange(m_key, std::nullopt));
+        return there && there->isVisible() ? QTest::keyClick(&menu, Qt::Key_Escape) : void();
+    }
     if (chosen.empty() || chosen.back().second->isSeparator())
         QTest::keyClick(&menu, Qt::Key_Escape);
     else

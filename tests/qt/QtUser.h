@@ -6,7 +6,9 @@
 
 #include <icawave/qt/QtFrontEnd.h>
 
+#include <QMessageBox>
 #include <QObject>
+#include <QPointer>
 #include <QTreeView>
 
 #include <deque>
@@ -33,6 +35,9 @@ public:
 
     void menuKey(CListCtrl& list); // then as with the right button
     void chooseNext(std::int32_t command) { m_command = command; }
+    void pressNext(Qt::Key key) { m_key = key, m_command = 0; } // in the next pop-up, instead of a click
+    void answerNextMessage(QMessageBox::StandardButton button) { m_answers = {button}; }
+    QWidget* ownerOfMessage() const { return m_owner; } // of the last one
     std::vector<icawave::MenuItem> takeMenu() { return std::exchange(m_menu, {}); }
 
     static QWidget& widget(const CWnd& dialog); // the real one, which must be there
@@ -55,6 +60,9 @@ private:
     QObject m_watcher;
     std::vector<CString> m_messages;
     std::deque<std::optional<CString>> m_files;
+    std::deque<QMessageBox::StandardButton> m_answers; // none: the default button
+    QPointer<QWidget> m_owner;
+    std::optional<Qt::Key> m_key;
     std::optional<std::int32_t> m_command; // to be chosen from the next pop-up; nothing: leave menus alone
     std::vector<icawave::MenuItem> m_menu; // that the last pop-up showed
 };

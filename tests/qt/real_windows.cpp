@@ -101,6 +101,32 @@ TEST_F(RealWindows, ReturnEscapeAndTheMenuBarByKeyboard) {
     EXPECT_EQ(user.print(dialog()), icawave::printWindow(dialog())) << "all of it hidden";
 }
 
+TEST_F(RealWindows, SavingAsksAboutTheFileThatIsWritten) {
+    const struct {
+        const char *typed, *there;
+        bool asks;
+    } cases[] = {{"results", "results.icd", true},
+                 {"aa.ICD", "aa.ICD.icd", true},
+                 {"aa.ICD", "aa.ICD", false},
+                 {"old.icd.bak", "old.icd.bak", true}};
+    show(1);
+    for (const auto& [typed, there, asks] : cases) {
+        for (const bool replace : {false, true}) {
+            const test::Folder folder;
+            std::ofstream(folder.path / there) << "old";
+            if (asks && replace) user.answerNextMessage(QMessageBox::Yes);
+            user.answerNextFileDialog(folder / typed);
+            user.click(dialog(), 32771);
+            std::vector<CString> expected;
+            if (asks) expected.push_back(there + CString(u" already exists.\nDo you want to replace it?"));
+            if (asks && !replace)
+                expected.push_back("No ICA data or not selected?"); // of the cancelled dialog
+            EXPECT_EQ(user.takeMessages(), expected) << typed;
+            EXPECT_EQ(std::filesystem::file_size(folder.path / there) == 3, !asks || !replace) << typed;
+        }
+    }
+}
+
 TEST_F(RealWindows, RowsAreSelectedByKeyboard) {
     show(5);
     view().setFocus();

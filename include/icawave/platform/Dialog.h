@@ -72,8 +72,9 @@ private:
 // The platform's dialog for the choice of one file.
 class ICAWAVE_EXPORT CFileDialog {
 public:
-    CFileDialog(bool open, CString name, std::uint32_t flags, CString filter)
-        : m_request{!open, filter, name, flags} {}
+    CFileDialog(bool open, CString name, std::uint32_t flags, CString filter,
+                CString (*writtenPath)(const CString& chosen) = nullptr)
+        : m_request{!open, filter, name, flags, writtenPath} {}
 
     bool DoModal(); // false when the user cancelled
     CString GetPathName() const { return m_path; }

@@ -24,6 +24,9 @@ struct FileDialogRequest {
     CString filter;      // "Name|*.ext|...||"; the first one is chosen
     CString name;        // the file name to begin with
     std::uint32_t flags; // of the above
+    // The path that is written when one was chosen; null: that one. Whoever asks before overwriting asks
+    // about that file, and answers with the path as it was chosen.
+    CString (*writtenPath)(const CString& chosen) = nullptr;
 };
 
 struct MenuItem {
