@@ -5,6 +5,7 @@
 
 #include "platform/qt/DefaultMark.h"
 #include "platform/qt/ListView.h"
+#include "platform/qt/MenuText.h"
 #include "platform/qt/Text.h"
 
 #include <QCheckBox>
@@ -116,11 +117,14 @@ void DialogWidget::addMenu(QMenu& menu, const CMenu& items) {
     for (int k = 0; k < items.GetMenuItemCount(); ++k) {
         const MenuItem item = items.GetMenuItem(k);
         if (const CMenu* popup = items.GetSubMenu(k)) {
-            addMenu(*menu.addMenu(toQt(item.text)), *popup);
+            QMenu& inside = *menu.addMenu(QString());
+            setMenuText(*inside.menuAction(), item.text);
+            addMenu(inside, *popup);
         } else if (item.id == 0) {
             menu.addSeparator();
         } else {
-            QAction* action = menu.addAction(toQt(item.text));
+            QAction* action = menu.addAction(QString());
+            setMenuText(*action, item.text);
             action->setData(item.id);
             // Not before the menu is done with the click: the command may end the dialog and its menus.
             connect(

@@ -60,7 +60,10 @@ void DialogPeer::show(bool visible) {
         m_widget->raise();
         m_widget->activateWindow();
     }
-    if (visible) m_widget->showState();
+    if (visible) {
+        m_widget->showState();
+        m_widget->setWindowState(m_widget->windowState() & ~Qt::WindowMinimized);
+    }
     m_widget->setVisible(visible);
 }
 

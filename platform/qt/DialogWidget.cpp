@@ -3,6 +3,7 @@
 #include <icawave/platform/ScriptedFrontEnd.h>
 
 #include "platform/qt/DialogPeer.h"
+#include "platform/qt/MenuText.h"
 #include "platform/qt/Pictures.h"
 #include "platform/qt/Text.h"
 
@@ -10,6 +11,9 @@
 #include <QKeyEvent>
 #include <QMenuBar>
 #include <QResizeEvent>
+#include <QScopedValueRollback>
+#include <QScreen>
+#include <QWindow>
 
 namespace icawave::qt {
 
@@ -21,7 +25,13 @@ QSize sizeOf(const CRect& place) {
     return {place.Width(), place.Height()};
 }
 
+QPointer<DialogWidget> actingDialog;
+
 } // namespace
+
+DialogWidget* DialogWidget::acting() {
+    return actingDialog;
+}
 
 DialogWidget::DialogWidget(CDialogEx& dialog, DialogPeer& peer, QWidget* parent)
     : QDialog(parent), m_dialog(&dialog), m_peer(&peer), m_client(new QWidget(this)) {
@@ -30,7 +40,8 @@ DialogWidget::DialogWidget(CDialogEx& dialog, DialogPeer& peer, QWidget* parent)
     if (dialog.menuBar().GetMenuItemCount() > 0) {
         m_menuBar = new QMenuBar(this);
         for (int k = 0; k < dialog.menuBar().GetMenuItemCount(); ++k) {
-            QMenu* menu = m_menuBar->addMenu(toQt(dialog.menuBar().GetMenuItem(k).text));
+            QMenu* menu = m_menuBar->addMenu(QString());
+            setMenuText(*menu->menuAction(), dialog.menuBar().GetMenuItem(k).text);
             if (const CMenu* items = dialog.menuBar().GetSubMenu(k)) addMenu(*menu, *items);
         }
     }
@@ -54,6 +65,7 @@ void DialogWidget::release() {
 void DialogWidget::act(const std::function<void(CDialogEx&)>& what) {
     if (!m_dialog) return;
     const QPointer<DialogWidget> self = this;
+    const QScopedValueRollback act(actingDialog, self);
     ++m_acts;
     try {
         runUserAct([&] { what(*m_dialog); });
@@ -118,6 +130,20 @@ int DialogWidget::menuHeight(int width) const {
 
 void DialogWidget::reject() {
     act([](CDialogEx& dialog) { dialog.SendMessage(message::close, 0, 0); });
+}
+
+// Each time that they show a window Qt puts a dialog in the middle, and the window system anything that has
+// no position of its own.
+void DialogWidget::setVisible(bool visible) {
+    if (isWindow() && visible != isVisible() && !isMaximized() && !isFullScreen()) {
+        if (!visible) {
+            m_position = pos();
+        } else if (m_position && windowHandle() && QGuiApplication::screenAt(*m_position)) {
+            setAttribute(Qt::WA_Moved);
+            windowHandle()->setFramePosition(*m_position); // move() takes it for no change, and says nothing
+        }
+    }
+    QDialog::setVisible(visible);
 }
 
 void DialogWidget::contextMenuEvent(QContextMenuEvent* event) {

@@ -6,6 +6,7 @@
 #include <QDialog>
 
 #include <functional>
+#include <optional>
 
 class QMenu;
 class QMenuBar;
@@ -20,10 +21,13 @@ public:
     DialogWidget(CDialogEx& dialog, DialogPeer& peer, QWidget* parent);
     ~DialogWidget() override; // tells the peer, unless it was released
 
+    static DialogWidget* acting(); // whose user's act is being run; null: none
+
     void release();         // the dialog is gone, and so is the widget: at once, or after the event it is in
     void showLater();       // asks for one showState in this turn of the event loop
     void showState();       // of the dialog and its controls, as it is now
     void reject() override; // Escape and the close box
+    void setVisible(bool visible) override; // where the user had it last
 
     const QMenuBar* menuBar() const { return m_menuBar; } // null: none
     const QWidget& client() const { return *m_client; }   // the controls' parent
@@ -49,6 +53,7 @@ private:
     QMenuBar* m_menuBar = nullptr;
     QWidget* m_client;                    // what the library takes for the dialog: all but the menu bar
     QSize m_size;                         // of the client area, as the library last said
+    std::optional<QPoint> m_position;     // of the window when it was hidden
     const IconResource* m_icon = nullptr; // that is shown
     bool m_dirty = false;
     int m_acts = 0; // being run

@@ -3,6 +3,7 @@
 #include "platform/qt/DefaultMark.h"
 #include "platform/qt/DialogWidget.h"
 #include "platform/qt/ListView.h"
+#include "platform/qt/MenuText.h"
 #include "platform/qt/Text.h"
 
 #include <QCheckBox>
@@ -24,13 +25,14 @@ std::string quoted(const QString& text) {
 void printMenu(const QWidget& menu, const std::string& indent, std::string& out) {
     for (const QAction* action : menu.actions()) {
         if (action->menu()) {
-            out += indent + "menu " + quoted(action->text()) + "\n";
+            out += indent + "menu " + quoted(menuText(*action)) + "\n";
             printMenu(*action->menu(), indent + "  ", out);
         } else if (action->isSeparator()) {
             out += indent + "---\n";
         } else {
-            out += indent + "item " + std::to_string(action->data().toInt()) + " " + quoted(action->text()) +
-                   (action->isEnabled() ? "" : " greyed") + (action->isChecked() ? " checked" : "") + "\n";
+            out += indent + "item " + std::to_string(action->data().toInt()) + " " +
+                   quoted(menuText(*action)) + (action->isEnabled() ? "" : " greyed") +
+                   (action->isChecked() ? " checked" : "") + "\n";
         }
     }
 }

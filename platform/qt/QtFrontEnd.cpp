@@ -1,6 +1,7 @@
 #include <icawave/qt/QtFrontEnd.h>
 
 #include "platform/qt/DialogPeer.h"
+#include "platform/qt/MenuText.h"
 #include "platform/qt/Text.h"
 
 #include <QFileDialog>
@@ -40,9 +41,10 @@ QStringList nameFilters(const CString& filter) {
     return filters;
 }
 
+// The dialog whose user acts comes before the active window: while another one closes, none may be active.
 QWidget* owner() {
-    return QApplication::activeModalWidget() ? QApplication::activeModalWidget()
-                                             : QApplication::activeWindow();
+    if (QWidget* modal = QApplication::activeModalWidget()) return modal;
+    return DialogWidget::acting() ? DialogWidget::acting() : QApplication::activeWindow();
 }
 
 // Whether the file that the choice leads to may be written. The toolkit's own question would be about the
@@ -99,13 +101,14 @@ std::optional<CString> QtFrontEnd::fileDialog(const FileDialogRequest& request) 
 
 std::int32_t QtFrontEnd::popupMenu(const std::vector<MenuItem>& items, std::int32_t x, std::int32_t y) {
     if (!hasApplication()) return 0;
-    const QPointer<QMenu> menu = new QMenu(QApplication::activeWindow());
+    const QPointer<QMenu> menu = new QMenu(owner());
     for (const MenuItem& item : items) {
         if (item.id == 0) {
             menu->addSeparator();
             continue;
         }
-        QAction* action = menu->addAction(toQt(item.text));
+        QAction* action = menu->addAction(QString());
+        setMenuText(*action, item.text);
         action->setData(item.id);
         action->setEnabled(item.enabled);
         action->setCheckable(item.checked);

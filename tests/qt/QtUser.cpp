@@ -1,5 +1,7 @@
 #include "tests/qt/QtUser.h"
 
+#include "platform/qt/MenuText.h"
+
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QFileDialog>
@@ -158,8 +160,8 @@ void QtUser::answer(QFileDialog& dialog) {
 
 void QtUser::answer(QMenu& menu) {
     for (const QAction* action : menu.actions())
-        m_menu.push_back(
-            {action->data().toInt(), text(action->text()), action->isEnabled(), action->isChecked()});
+        m_menu.push_back({action->data().toInt(), text(icawave::qt::menuText(*action)), action->isEnabled(),
+                          action->isChecked()});
     const auto chosen = path(menu, *std::exchange(m_command, std::nullopt));
     if (m_key) {
         const QPointer<QMenu> there = &menu;

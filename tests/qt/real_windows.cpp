@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
+#include <QWindow>
 
 #include <ctime>
 
@@ -99,6 +100,35 @@ TEST_F(RealWindows, ReturnEscapeAndTheMenuBarByKeyboard) {
     QTest::keyClick(&view(), Qt::Key_Escape);
     EXPECT_FALSE(dialog().IsWindowVisible() || widget().isVisible());
     EXPECT_EQ(user.print(dialog()), icawave::printWindow(dialog())) << "all of it hidden";
+}
+
+TEST_F(RealWindows, ItComesBackWhereItWasAndNotMinimised) {
+    show(1);
+    widget().windowHandle()->setFramePosition({140, 90}); // as a window system does for its user
+    QApplication::processEvents();
+    for (const bool minimised : {false, true}) {
+        if (minimised) widget().showMinimized();
+        user.close(dialog());
+        package->showDlgIcaManager(nullptr);
+        EXPECT_EQ(widget().pos(), QPoint(140, 90)) << minimised;
+    }
+    widget().showMinimized();
+    package->showDlgIcaManager(nullptr);
+    EXPECT_FALSE(widget().isMinimized());
+}
+
+TEST_F(RealWindows, LettersChooseMenuItems) {
+    show(2);
+    user.pressNext(Qt::Key_O);
+    QTest::keyClick(&view(), Qt::Key_F, Qt::AltModifier);
+    QTest::qWait(100); // the file dialog is cancelled
+    EXPECT_EQ(user.takeMessages(), std::vector<CString>{"No ICA data or not selected?"});
+    EXPECT_EQ(user.ownerOfMessage(), &widget()) << "though no window was active just then";
+    package->getIcaData(1)->m_icaShow = true;
+    user.clickRow(list(), 1);
+    user.pressNext(Qt::Key_H);
+    user.menuKey(list());
+    EXPECT_FALSE(package->getIcaData(1)->m_icaShow);
 }
 
 TEST_F(RealWindows, SavingAsksAboutTheFileThatIsWritten) {
