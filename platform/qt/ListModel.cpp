@@ -32,12 +32,6 @@ bool ListModel::updateColumns() {
 // Rows come and go at the end and all the others are repainted, so that the view keeps its place.
 void ListModel::updateRows() {
     const CListCtrl* list = control();
-    m_icons.clear();
-    const CImageList* small = list ? list->GetImageList(1) : nullptr;
-    const CImageList* large = list ? list->GetImageList(0) : nullptr;
-    for (int k = 0; small && k < small->GetImageCount(); ++k)
-        m_icons.push_back(pictures(small->GetImage(k), large ? large->GetImage(k) : nullptr));
-
     const int rows = list ? list->GetItemCount() : 0;
     if (rows < m_rows) {
         beginRemoveRows({}, rows, m_rows - 1);
@@ -49,6 +43,15 @@ void ListModel::updateRows() {
         endInsertRows();
     }
     if (rows > 0 && !m_columns.empty()) emit dataChanged(index(0, 0), index(rows - 1, columnCount() - 1));
+}
+
+QIcon ListModel::icon(int row, const QColor& ink) const {
+    const CListCtrl* list = control();
+    const CImageList* small = list ? list->GetImageList(1) : nullptr;
+    const CImageList* large = list ? list->GetImageList(0) : nullptr;
+    if (!small) return {};
+    const int image = list->GetItemImage(row);
+    return pictures(small->GetImage(image), large ? large->GetImage(image) : nullptr, ink);
 }
 
 int ListModel::columnCount(const QModelIndex& parent) const {
@@ -64,11 +67,10 @@ QVariant ListModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::TextAlignmentRole)
         return QVariant(m_columns[static_cast<std::size_t>(index.column())].alignment);
     if (index.column() != 0) return {};
-    if (role == Qt::ToolTipRole) return toQt(list->GetItemText(index.row(), 0)); // names are often cut short
-    const int image = list->GetItemImage(index.row());
-    if (role == imageRole) return image;
-    if (role == Qt::DecorationRole && image >= 0 && static_cast<std::size_t>(image) < m_icons.size())
-        return m_icons[static_cast<std::size_t>(image)];
+    if (role == Qt::ToolTipRole) // names are often cut short
+        return plainText(oneLine(toQt(list->GetItemText(index.row(), 0))));
+    if (role == imageRole) return list->GetItemImage(index.row());
+    if (role == Qt::DecorationRole) return icon(index.row(), {});
     return {};
 }
 
@@ -77,6 +79,7 @@ QVariant ListModel::headerData(int section, Qt::Orientation orientation, int rol
     const Column& column = m_columns[static_cast<std::size_t>(section)];
     if (role == Qt::DisplayRole) return toQt(column.title);
     if (role == Qt::TextAlignmentRole) return QVariant(column.alignment);
+    if (role == widthRole) return column.width;
     return {};
 }
 

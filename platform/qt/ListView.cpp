@@ -1,9 +1,13 @@
 #include "platform/qt/ListView.h"
 
+#include "platform/qt/Text.h"
+
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QPainter>
 #include <QPointer>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QStyledItemDelegate>
 
@@ -15,7 +19,15 @@ namespace {
 
 constexpr std::uint32_t trackSelect = 0x08;
 
-// Marks the row under the pointer where the control tracks it. Not every style does by itself.
+QColor textColour(const QPalette& palette, QStyle::State state) {
+    const QPalette::ColorGroup group = !(state & QStyle::State_Enabled) ? QPalette::Disabled
+                                       : state & QStyle::State_Active   ? QPalette::Active
+                                                                        : QPalette::Inactive;
+    return palette.color(group, state & QStyle::State_Selected ? QPalette::HighlightedText : QPalette::Text);
+}
+
+// Marks the row under the pointer where the control tracks it (not every style does by itself), and draws
+// icons in the colour of the text beside them.
 class RowDelegate : public QStyledItemDelegate {
 public:
     RowDelegate(QObject* parent, const ListModel& model) : QStyledItemDelegate(parent), m_model(model) {}
@@ -23,12 +35,17 @@ public:
 protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
         QStyledItemDelegate::initStyleOption(option, index);
+        if (option->features & QStyleOptionViewItem::HasDecoration)
+            option->icon = m_model.icon(index.row(), textColour(option->palette, option->state));
         const CListCtrl* list = m_model.control();
         if (!list || !(list->GetExtendedStyle() & trackSelect)) return;
         if (!(option->state & QStyle::State_MouseOver) || option->state & QStyle::State_Selected) return;
         QColor tint = option->palette.color(QPalette::Highlight);
         tint.setAlphaF(0.15f);
         option->backgroundBrush = tint;
+    }
+    QString displayText(const QVariant& value, const QLocale&) const override {
+        return oneLine(value.toString());
     }
 
 private:
@@ -38,7 +55,6 @@ private:
 } // namespace
 
 ListView::ListView(QWidget* parent, ListModel::Find find, Act act)
-
     : QTreeView(parent), m_model(*new ListModel(this, std::move(find))), m_act(std::move(act)) {
     setRootIsDecorated(false);
     setItemsExpandable(false);
@@ -47,6 +63,7 @@ ListView::ListView(QWidget* parent, ListModel::Find find, Act act)
     setSelectionMode(ExtendedSelection);
     setEditTriggers(NoEditTriggers);
     setAutoScroll(false);
+    setTextElideMode(Qt::ElideMiddle); // names of one recording differ at their ends
     viewport()->setAttribute(Qt::WA_Hover);
     setItemDelegate(new RowDelegate(this, m_model));
     setModel(&m_model);
@@ -56,16 +73,36 @@ ListView::ListView(QWidget* parent, ListModel::Find find, Act act)
     header()->setHighlightSections(false);
     connect(header(), &QHeaderView::sectionClicked, this,
             [this](int column) { m_act([column](CListCtrl& list) { list.clickHeader(column); }); });
+    connect(header(), &QHeaderView::sectionResized, this,
+            [this](int column) { m_nameIsUsers = m_nameIsUsers || (column == 0 && !m_resizing); });
 }
 
 void ListView::showControl() {
     const CListCtrl* list = m_model.control();
     if (m_model.updateColumns()) {
+        const QScopedValueRollback resizing(m_resizing, true);
         for (int c = 0; c < m_model.columnCount(); ++c)
-            header()->resizeSection(c, list ? list->GetColumnWidth(c) : 0);
+            header()->resizeSection(c,
+                                    qMax(list ? list->GetColumnWidth(c) : 0, header()->sectionSizeHint(c)));
+        m_leastName = header()->sectionSize(0);
+        m_nameIsUsers = false;
+        giveSpareWidth();
     }
     m_model.updateRows();
     showSelection();
+}
+
+// What the other columns leave is the name's.
+void ListView::giveSpareWidth() {
+    if (m_nameIsUsers || m_model.columnCount() == 0) return;
+    const QScopedValueRollback resizing(m_resizing, true);
+    const int others = header()->length() - header()->sectionSize(0);
+    header()->resizeSection(0, qMax(m_leastName, viewport()->width() - others));
+}
+
+void ListView::resizeEvent(QResizeEvent* event) {
+    QTreeView::resizeEvent(event);
+    giveSpareWidth();
 }
 
 void ListView::showSelection() {
@@ -180,6 +217,26 @@ void ListView::keyToRow(int row, const QKeyEvent& event) {
     if (!self) return;
     showControl();
     scrollTo(currentIndex());
+}
+
+// The keyboard's focus: round the row that has it, or else round the list. Styles mark it faintly or not at
+// all.
+void ListView::paintEvent(QPaintEvent* event) {
+    QTreeView::paintEvent(event);
+    if (!hasFocus()) return;
+    const QRect all = viewport()->rect(), row = visualRect(currentIndex());
+    const bool onRow = row.intersects(all);
+    QStyle::State state = QStyle::State_Enabled | QStyle::State_Active;
+    state.setFlag(QStyle::State_Selected, onRow && selectionModel()->isSelected(currentIndex()));
+    QPainter painter(viewport());
+    painter.setPen(textColour(palette(), state));
+    painter.drawRect((onRow ? QRect(0, row.top(), all.width(), row.height()) : all).adjusted(0, 0, -1, -1));
+}
+
+// The focus's mark does not scroll with the columns.
+void ListView::scrollContentsBy(int dx, int dy) {
+    QTreeView::scrollContentsBy(dx, dy);
+    viewport()->update();
 }
 
 // The base class would choose a row to have the focus.

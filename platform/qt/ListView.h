@@ -18,6 +18,7 @@ namespace icawave::qt {
 class ListModel : public QAbstractTableModel {
 public:
     static constexpr int imageRole = Qt::UserRole; // the index of the row's image
+    static constexpr int widthRole = Qt::UserRole; // of a header: the column's width in the control, pixels
 
     using Find = std::function<CListCtrl*()>; // the control, null when it is gone
     ListModel(QObject* parent, Find find) : QAbstractTableModel(parent), m_find(std::move(find)) {}
@@ -25,6 +26,7 @@ public:
     CListCtrl* control() const { return m_find(); }
     bool updateColumns(); // whether they are others than before
     void updateRows();
+    QIcon icon(int row, const QColor& ink) const; // null: none
 
     int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : m_rows; }
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -41,7 +43,6 @@ private:
     Find m_find;
     int m_rows = 0; // as the view knows them
     std::vector<Column> m_columns;
-    std::vector<QIcon> m_icons;
 };
 
 class ListView : public QTreeView {
@@ -59,6 +60,9 @@ protected:
     void mouseReleaseEvent(QMouseEvent*) override {}
     void contextMenuEvent(QContextMenuEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
     void focusInEvent(QFocusEvent* event) override;
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex&, const QEvent*) const override {
         return QItemSelectionModel::NoUpdate; // the control decides
@@ -70,9 +74,13 @@ private:
     void keyToRow(int row, const QKeyEvent& event);
     void requestMenu(); // by keyboard
     void showSelection();
+    void giveSpareWidth();
 
     ListModel& m_model; // its child
     Act m_act;
+    int m_leastName = 0;        // width of the first column, pixels
+    bool m_resizing = false;    // of columns, by ourselves
+    bool m_nameIsUsers = false; // the user gave the first column a width
 };
 
 } // namespace icawave::qt

@@ -41,7 +41,8 @@ void printList(const ListView& view, const std::string& indent, std::string& out
     const QAbstractItemModel& model = *view.model();
     for (int c = 0; c < model.columnCount(); ++c)
         out += indent + "column " + quoted(model.headerData(c, Qt::Horizontal, Qt::DisplayRole).toString()) +
-               " " + std::to_string(view.columnWidth(c)) + "\n";
+               " " + model.headerData(c, Qt::Horizontal, ListModel::widthRole).toString().toStdString() +
+               "\n";
     for (int r = 0; r < model.rowCount(); ++r) {
         out += indent + "row " + std::to_string(r) + " image " +
                std::to_string(model.index(r, 0).data(ListModel::imageRole).toInt());

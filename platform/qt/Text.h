@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QString>
+#include <QTextDocument>
 
 namespace icawave::qt {
 
@@ -19,6 +20,24 @@ inline QString toQt(const CString& text) {
 inline CString fromQt(const QString& text) {
     return std::u16string_view(reinterpret_cast<const char16_t*>(text.utf16()),
                                static_cast<std::size_t>(text.size()));
+}
+
+// For a single line, whatever the text holds.
+inline QString oneLine(QString text) {
+    for (QChar& c : text) {
+        if (c.category() == QChar::Other_Control || c == QChar::LineSeparator ||
+            c == QChar::ParagraphSeparator)
+            c = QLatin1Char(' ');
+    }
+    return text;
+}
+
+// Where Qt tells rich text from plain by looking: characters without a width keep tags from being any.
+inline QString plainText(QString text) {
+    if (!Qt::mightBeRichText(text)) return text;
+    for (const char16_t mark : {u'<', u'&'})
+        text.replace(QChar(mark), QString(QChar(mark)) + QChar(u'\u200B'));
+    return text;
 }
 
 inline bool hasApplication() {

@@ -4,12 +4,17 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QHeaderView>
+#include <QHelpEvent>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
+#include <QTextDocument>
+#include <QToolTip>
 #include <QWindow>
 
+#include <cmath>
 #include <ctime>
 
 namespace {
@@ -155,6 +160,76 @@ TEST_F(RealWindows, SavingAsksAboutTheFileThatIsWritten) {
             EXPECT_EQ(std::filesystem::file_size(folder.path / there) == 3, !asks || !replace) << typed;
         }
     }
+}
+
+double contrast(const QColor& a, const QColor& b) {
+    const auto luminance = [](const QColor& c) {
+        return 0.2126 * std::pow(c.redF(), 2.2) + 0.7152 * std::pow(c.greenF(), 2.2) +
+               0.0722 * std::pow(c.blueF(), 2.2);
+    };
+    const double ratio = (luminance(a) + 0.05) / (luminance(b) + 0.05);
+    return std::max(ratio, 1 / ratio);
+}
+
+TEST_F(RealWindows, MarksAndFocusStandOutInEveryRowAtEveryScale) {
+    const QPalette before = QApplication::palette();
+    QPalette dark(QColor(53, 53, 53));
+    dark.setColor(QPalette::Base, QColor(25, 25, 25));
+    dark.setColor(QPalette::Highlight, QColor(42, 130, 218));
+    for (const QPalette& palette : {before, dark}) {
+        QApplication::setPalette(palette);
+        package = std::make_unique<CFaceIcazq>();
+        show(2);
+        view().setFocus();
+        for (const double scale : {1.0, 1.25, 2.0}) {
+            for (const int selected : {-1, 0, 1}) {
+                list().userClick(selected, false, false);
+                QApplication::processEvents();
+                QImage image(view().viewport()->size() * scale, QImage::Format_RGB32);
+                image.setDevicePixelRatio(scale);
+                view().viewport()->render(&image);
+                const auto colour = [&](QPointF at) { return image.pixelColor((at * scale).toPoint()); };
+                for (const int row : {0, 1}) {
+                    const QRect place = view().visualRect(view().model()->index(row, 0));
+                    const QColor back = colour(place.topLeft() + QPoint(2, 2));
+                    int points = 0;
+                    for (double y = place.top() + 2; y < place.bottom() - 1; y += 1 / scale) {
+                        for (double x = 2; x < 19; x += 1 / scale)
+                            points += contrast(colour({x, y}), back) >= 3;
+                    }
+                    EXPECT_GE(points, 20 * scale * scale) << scale << " " << selected << row;
+                    const bool focused = row == std::max(list().focusedRow(), 0); // without one: the list is
+                    EXPECT_TRUE(!focused || contrast(colour(place.topLeft()), back) >= 3.0) << scale << row;
+                }
+            }
+        }
+    }
+    QApplication::setPalette(before);
+}
+
+TEST_F(RealWindows, HeadersAndNamesAreReadableWhateverTheyHold) {
+    const QFont before = QApplication::font();
+    QFont large = before;
+    large.setPointSize(16);
+    QApplication::setFont(large);
+    show(1);
+    for (int c = 0; c < 8; ++c) EXPECT_GE(view().columnWidth(c), view().header()->sectionSizeHint(c)) << c;
+    user.resize(dialog(), 2000, 400);
+    EXPECT_EQ(view().header()->length(), view().viewport()->width());
+    EXPECT_EQ(view().columnWidth(1), std::max(90, view().header()->sectionSizeHint(1)));
+    EXPECT_EQ(user.print(dialog()), icawave::printWindow(dialog())) << "the library's widths";
+    const int height = view().visualRect(view().model()->index(0, 0)).height();
+    package->getIcaData(0)->m_icaName = u"<b>a</b> &lt;\nsecond\u2028third";
+    list().refreshRows();
+    QApplication::processEvents();
+    const QRect row = view().visualRect(view().model()->index(0, 0));
+    EXPECT_EQ(row.height(), height);
+    QHelpEvent help(QEvent::ToolTip, row.center(), view().viewport()->mapToGlobal(row.center()));
+    QApplication::sendEvent(view().viewport(), &help);
+    EXPECT_FALSE(Qt::mightBeRichText(QToolTip::text()));
+    EXPECT_EQ(QToolTip::text().remove(QChar(0x200B)), QStringLiteral("<b>a</b> &lt; second third"));
+    QToolTip::hideText();
+    QApplication::setFont(before);
 }
 
 TEST_F(RealWindows, RowsAreSelectedByKeyboard) {
