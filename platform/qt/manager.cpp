@@ -1,49 +1,32 @@
-// icawave_manager PACKAGE [PICTURE.png]: shows the manager of a package file, its first data set selected, or
-// writes a picture of it.
-#include <icawave/icawave.h>
+// icawave_manager PACKAGE [PICTURE.png]: shows the manager of a package file, its current data set selected,
+// or writes a picture of it.
 #include <icawave/qt/QtFrontEnd.h>
 
+#include "platform/qt/ManagerWindow.h"
+
 #include <QApplication>
-#include <QEvent>
-#include <QWidget>
 
 #include <cstdio>
 
 namespace {
 
-// The dialog is only hidden when its user is done, which ends no application.
-class QuitWhenHidden : public QObject {
-protected:
-    bool eventFilter(QObject*, QEvent* event) override {
-        if (event->type() == QEvent::Hide && !event->spontaneous()) QApplication::quit();
-        return false;
-    }
-};
-
-bool load(CFaceIcazq& package, const char* path) {
-    CFile file;
-    if (!file.Open(path, CFile::modeRead)) return false;
-    CArchive archive(&file, CArchive::load);
-    return package.serialize(archive) == 1;
+int show(const char* path) {
+    icawave::qt::QtFrontEnd frontEnd;
+    icawave::qt::ManagerWindow window(path);
+    window.show();
+    return QApplication::exec();
 }
 
-int run(const char* path, const char* picture) {
-    icawave::qt::QtFrontEnd frontEnd;
-    CFaceIcazq package;
-    if (!load(package, path)) {
-        std::fprintf(stderr, "icawave_manager: %s cannot be loaded\n", path);
-        return 1;
-    }
-    package.showDlgIcaManager(nullptr);
-    package.m_dlgIcaManager->m_listIcaWave.userClick(0, false, false);
-    QWidget* widget = icawave::qt::widgetOf(*package.m_dlgIcaManager);
-    if (!picture) {
-        QuitWhenHidden quit;
-        widget->installEventFilter(&quit);
-        return QApplication::exec();
-    }
+// Nobody is there to answer a message.
+class UnattendedFrontEnd : public icawave::qt::QtFrontEnd {
+    void messageBox(const CString& text) override { UiFrontEnd::messageBox(text); }
+};
+
+int draw(const char* path, const char* picture) {
+    UnattendedFrontEnd frontEnd;
+    const icawave::qt::ManagerWindow window(path);
     QApplication::processEvents();
-    if (widget->grab().save(QString::fromLocal8Bit(picture))) return 0;
+    if (window.manager().grab().save(QString::fromLocal8Bit(picture))) return 0;
     std::fprintf(stderr, "icawave_manager: %s cannot be written\n", picture);
     return 1;
 }
@@ -57,9 +40,9 @@ int main(int argc, char** argv) {
         return 2;
     }
     try {
-        return run(argv[1], argc == 3 ? argv[2] : nullptr);
+        return argc == 3 ? draw(argv[1], argv[2]) : show(argv[1]);
     } catch (const std::exception& failure) {
-        std::fprintf(stderr, "icawave_manager: %s: %s\n", argv[1], failure.what());
+        std::fprintf(stderr, "icawave_manager: %s\n", failure.what());
         return 1;
     }
 }
