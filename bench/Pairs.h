@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What the benchmarks share: an operation and its physical limit, measured alternately in one process, and
 // the three workloads.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The import of a real recording beside reading it and multiplying with Eigen: bench_import FILE.set
 #include "bench/Pairs.h"
 

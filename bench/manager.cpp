@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The manager's list of 10,000 data sets, rebuilt as "Refresh" does it: without a window, and painted by Qt.
 #include "bench/Pairs.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Operations in memory beside one pass that only reads the same values, or memcpy between the same buffers.
 #include "bench/Pairs.h"
 

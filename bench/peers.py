@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 """What Python's own ways of keeping the same values reach beside the same limits: peers.py [WORKLOAD...]
 
 Each is the median of 7 pairs, limit / operation: writing beside write() of the same bytes in 1 MiB pieces to a new file, loading beside

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What one data set of 10 channels x 100 samples costs: nothing that serves large data may make it dearer.
 #include "bench/Pairs.h"
 

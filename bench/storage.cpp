@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Package files beside the system calls that move the same bytes, and loading beside copying the same arrays.
 #include "bench/Pairs.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/ChnlIcaData.h>
 
 #include <icawave/platform/Message.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // WAVEICADATA   = text "WAVEICADATA", i32 20180619, body 20180619      (written, read)
 //               | text "WAVEICADATA", i32 20161108, body 20161108      (read)
 // body 20180619 = i64 tag, i32 show, text name, i64 size, i64 current point, values, i64 backup size, backup,

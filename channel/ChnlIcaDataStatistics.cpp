@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Summary values of one channel. Sums ascend in a double.
 #include <icawave/ChnlIcaData.h>
 

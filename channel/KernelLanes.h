@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The kernels for V, a register of doubles. The source of each level includes this with its own register and
 // its own compiler options, so that no other code is compiled with instructions which a processor may lack.
 #pragma once

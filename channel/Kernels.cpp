@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "channel/Kernels.h"
 
 #include "channel/PassTypes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The inner loops that gain from wide registers: one table of functions for each instruction set, chosen
 // once. All give the same bits.
 #pragma once

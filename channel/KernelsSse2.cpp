@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Every x86-64 processor.
 #include "channel/KernelLanes.h"
 

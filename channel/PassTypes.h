@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What passes over values compute. T is a double, or a register of doubles that belong to different channels.
 #pragma once
 

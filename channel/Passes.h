@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Passes over the values of channels, several at a time.
 //
 // An in-order sum waits for each addition to finish before the next may begin. Channels do not depend on one

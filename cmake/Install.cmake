@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 include(CMakePackageConfigHelpers)
 
 install(TARGETS icawave EXPORT icawaveTargets FILE_SET HEADERS)

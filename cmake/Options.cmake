@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 option(ICAWAVE_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(ICAWAVE_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(ICAWAVE_FUZZ "Build the fuzz targets for libFuzzer, with the sanitizers" OFF)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What the fuzz targets share. Each target is one function: it takes any bytes and ends the program when the
 // library breaks a promise. libFuzzer looks for such bytes; replay.cpp runs the ones that are kept.
 #pragma once

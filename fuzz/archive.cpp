@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The archive's primitives and texts: any sequence of reads, and what was read is written and read again.
 #include "fuzz/Fuzz.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The import of any .set file of level 5: any bytes behind the header, or any structure that a .set can hold,
 // with any bytes in the samples' file; plain or compressed.
 #include "fuzz/Fuzz.h"

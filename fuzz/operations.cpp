@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // All operations of a data set and a package on whatever was loaded, with any arguments.
 #include "fuzz/Fuzz.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Package files: any bytes opened, listed, read, checked and salvaged; and a sound record with an index, in
 // which every change is found.
 #include "fuzz/Fuzz.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Every record's loader on any bytes; what is accepted is stored, loaded and stored again as the same bytes.
 #include "fuzz/Fuzz.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Runs a fuzz target on every file of the folders that are named, without a fuzzer.
 #include "fuzz/Fuzz.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/MMatrix.h>
 
 #include "platform/Alloc.h"

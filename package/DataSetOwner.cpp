@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/DataSetOwner.h>
 
 #include "package/TakenOut.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What happens when the operating system loads and unloads the dynamic library. Nothing else is created
 // before a host calls.
 #include <icawave/platform/Module.h>

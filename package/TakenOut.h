@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Data sets that a dialog took out of its package's list. They are the dialog's, undamaged, until a package
 // lists them again or something destroys them: either strikes them here, so that none is destroyed twice.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // text      = FF, FFFE, length, code units        (wide; always written)
 //           | length, bytes                       (narrow, Latin-1; only read)
 // length    = u8                                  below FF

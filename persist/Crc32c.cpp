@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "persist/Crc32c.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // CRC-32C (Castagnoli), the checksum of package files: it finds every change of up to 32 neighbouring bits.
 //
 //     std::uint32_t crc = crc32c(0, "1234", 4);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The pieces that every record is made of. One list of fields serves both directions: the archive's mode
 // decides.
 #pragma once

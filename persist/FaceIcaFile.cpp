@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // FACEICA = text "FACEICA", i32 20161108, list, own
 // list    = i32 current index, i32 slots, slots x (i32 0 | i32 1, TRIALICADATA)
 // own     = i32 type, text name, text info, byte shown

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Single data sets in files that the user chooses: one record from the first byte to the last.
 #include <icawave/TrialIcaData.h>
 

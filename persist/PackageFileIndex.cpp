@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // INDEX   = text "ICAWAVEINDEX", i32 20261122, i32 current, i32 type, text name, text info, byte shown,
 //           u32 rest, i32 n, n x entry, trailer
 // entry   = i64 offset, i64 length, u32 checksum, text name, i64 samples, i64 channels, i64 selected channel,

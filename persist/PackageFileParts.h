@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What reading and writing package files have in common.
 #pragma once
 

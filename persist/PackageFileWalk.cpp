@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Finds the data sets of a package by loading one after another.
 //
 // A sound package is followed slot by slot. Behind the first fault its counts and lengths say nothing any

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Whether records can be stored at all: every buffer of a channel or item must hold fewer than 2^29 values.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // TRIALICADATA  = text "TRIALICADATA", i32 20180629, core, info 20180629, i32 parameter flag, ICAPARAMETERS
 // (only when the flag is not 0)
 //               | text "TRIALICADATA", i32 20160311, core, info 20160311 (only read)

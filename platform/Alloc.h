@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Allocation as the records and classes want it: a null pointer, or the library's own exception, never
 // std::bad_alloc.
 #pragma once

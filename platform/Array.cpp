@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/platform/Array.h>
 
 #include "platform/Alloc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What a destructor does with bytes that were never written out.
 #pragma once
 

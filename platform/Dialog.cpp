@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/platform/Dialog.h>
 
 #include <icawave/platform/ListCtrl.h>

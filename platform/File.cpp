@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/platform/File.h>
 
 #include "platform/Alloc.h"

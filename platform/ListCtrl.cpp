@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/platform/ListCtrl.h>
 
 #include <icawave/platform/Module.h>

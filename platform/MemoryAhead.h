@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Memory for many allocations that will follow, taken from the system at once.
 #pragma once
 

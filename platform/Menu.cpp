@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/platform/Menu.h>
 
 #include <icawave/platform/Module.h>

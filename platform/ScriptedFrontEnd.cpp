@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/platform/ScriptedFrontEnd.h>
 
 #include <icawave/platform/Exception.h>

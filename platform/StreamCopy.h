@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Copying bytes that nobody reads soon.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Replaces the allocation functions of the test program, and so of the library in it, by ones that can fail,
 // never give zeroed memory and know how much is in use.
 #include "tests/Support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // A user in front of the manager dialog, whatever the front end. The story of the dialog (manager_story.cpp)
 // is told to one of them: scripted or with a toolkit's real events.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What the tests share: objects whose values encode their own index, records as bytes, and bytes that end
 // where their heap block ends.
 #pragma once

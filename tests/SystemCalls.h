@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The system's file operations as the library in the test program meets them: they can be counted, cut short
 // and refused.
 #pragma once

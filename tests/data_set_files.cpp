@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Single data set files as the file dialogs ask for them, and every way in which they fail.
 #include "tests/Support.h"
 

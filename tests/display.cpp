@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The questions of viewers, and how selecting, hiding, resizing, normalising and summing act on one another.
 #include "tests/Support.h"
 

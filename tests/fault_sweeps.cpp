@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Memory that runs out at any place of any operation: the n-th allocation fails, for every n. It is told by a
 // result, a message or the library's exception, never by std::bad_alloc; what the operation is not about
 // stays as it was, and what it leaves can be stored and loaded. The address sanitizer sees what would leak.

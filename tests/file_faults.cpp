@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What files, disks and processes do to the library: damaged bytes, reads and writes that fail or stop short,
 // a process that is killed; and what a file may cost, however hostile it is.
 #include "tests/Support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Damages a copy of a .set file in many ways; each import of it is refused, or gives what the whole file
 // gives.
 //     importer_sweep FILE.set FOLDER STEP [WORD or FILE...]

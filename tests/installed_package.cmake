@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 function(run)
   execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()

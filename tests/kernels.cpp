@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Every level of the kernels against plain arithmetic, bit for bit, whatever the values are.
 #include "tests/Support.h"
 

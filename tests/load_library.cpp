@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // load_library FILE: loads and unloads the dynamic library as a host's plug-in loader does, several times.
 // Not linked with it.
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What a user does with the manager dialog and sees in it, on every front end.
 #include "tests/ManagerUser.h"
 #include "tests/Support.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Package files with and without an index: every damage is found and told, whatever is undamaged is saved,
 // and a save that fails changes nothing.
 #include "tests/Support.h"

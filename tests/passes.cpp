@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Every pass over the values against a plain loop, bit for bit, on arrays chosen to be nasty: NaN first,
 // later or only in the second channel, both zeros, infinities, every size from 0 to 17, channels longer and
 // shorter than the data set says, and missing ones.

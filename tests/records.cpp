@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Records against what cannot be told by files alone: modes, limits, flags of half-filled objects, faults in
 // every place.
 #include "tests/Support.h"

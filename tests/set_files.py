@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 """EEGLAB's .set files for the tests: small ones, and any as HDF5."""
 import h5py
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 """test_golden.py GOLDEN_DIR DUMPER: what loading each golden file must give, and the bytes that it is stored as again.
 
 A case is met when the dumper's outcome is one of those listed; {"any": 1} stands for every value.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 """What the importer takes, warns of and refuses: test_importer.py ICAWAVE SWEEP DATA_DIR"""
 import json
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 """The real recording through the command line: test_recording.py ICAWAVE DATA_DIR"""
 import json
 import pathlib

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The transposition between rows that lie anywhere in memory.
 #pragma once
 

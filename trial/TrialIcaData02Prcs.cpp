@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Operations on a whole data set. Sums ascend in a double; channels are added in their order.
 #include <icawave/TrialIcaData.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Values, ranges, and the conversion between channels and one vector for each time point.
 #include <icawave/TrialIcaData.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Reductions: adding another data set, and collapsing the time axis.
 #include <icawave/TrialIcaData.h>
 

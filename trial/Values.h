@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What the operations on loaded data sets share: index arithmetic that cannot overflow, and values that are
 // really there.
 #pragma once

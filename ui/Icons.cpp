@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The pictures of the icons, sixteen colours. A shown data set is an open eye, filled and round; a hidden one
 // a closed lid with lashes: the shapes differ, not only the colours.
 #include "ui/Icons.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/IcaWaveManager.h>
 
 #include <icawave/FaceIca.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "ui/Resources.h"
 
 #include "ui/Icons.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Numbers of the manager's dialog, menus, icons and commands.
 #pragma once
 

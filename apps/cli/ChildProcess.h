@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Work that may crash, hang or take any memory, done by a child process that is asked over a socket.
 #pragma once
 

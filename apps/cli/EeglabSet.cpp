@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "apps/cli/EeglabSet.h"
 
 #include "apps/cli/Text.h"

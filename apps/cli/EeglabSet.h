@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // An EEGLAB data set with a decomposition: the .set file and, where the samples lie in one, the .fdt beside
 // it. With x one sample of the sensors used, in the order in which the file names them,
 //     s = icaweights * icasphere * x.

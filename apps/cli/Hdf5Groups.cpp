@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "apps/cli/Hdf5Groups.h"
 
 #include <algorithm>

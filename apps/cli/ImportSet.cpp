@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave import: a package from an EEGLAB data set.
 #include "apps/cli/Commands.h"
 #include "apps/cli/EeglabSet.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What the readers of the two kinds of MAT-file give: level 5 (MatLevel5.cpp) and 7.3, which is HDF5
 // (MatHdf5.cpp). No reader believes a length, a count or a size that the file states.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "apps/cli/MatFile.h"
 
 #include "apps/cli/Text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // MAT-files, read with suspicion: whatever is not of the kind that is asked for is a Failure that names it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // MAT-files of level 7.3, which are HDF5: a structure is a group, an array a dataset with its sizes in
 // reverse order, and the attribute MATLAB_class says what it is. Nothing can be promised of how the HDF5
 // library takes damaged bytes. So a child process asks it, under limits of memory and time, and reads only

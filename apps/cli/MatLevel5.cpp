@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // MAT-files of level 5, plain or compressed. A file is a header and elements; an element is a type, a length
 // and that many bytes; the bytes of an array are elements again. Each must fill what it lies in to the last
 // byte, and values must be as many as the sizes say, so that no length can be wrong unnoticed.

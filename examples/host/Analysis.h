@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What a host brings along: here a simulated recording whose sources are known, and its decomposition.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Compares two packages: doubles by their bits, so that 0.0 is not -0.0 and a NaN equals itself.
 #pragma once
 

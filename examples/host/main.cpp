@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // A small host: it decomposes a simulated recording, hands the trials and a coherence over to a package, and
 // stores it.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // One channel of a data set: the time course of a component, or of one element of a coherence matrix.
 //
 // A data set (TrialIcaData.h) owns its channels in one array and reaches into their buffers; a channel may

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Owns one data set outside of a package's list.
 //
 // A data set's own destructor leaves its channels and parameters alone, so a plain std::unique_ptr would leak

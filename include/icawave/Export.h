@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Marks what the dynamic library offers; everything else stays hidden.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The package: the object that a host holds for each analysis view. It owns an ordered list of data sets, one
 // of them current.
 //

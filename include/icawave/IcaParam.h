@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The parameters of one decomposition: its sizes, the unmixing matrix, and further values that are kept,
 // stored and loaded for the host.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The "ICA Wave Manager": a modeless dialog in which a user lists the data sets of a package, makes one
 // current, shows, hides, normalises, deletes, saves and opens them. CFaceIcazq::showDlgIcaManager makes and
 // shows it; the package owns it.

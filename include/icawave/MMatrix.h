@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // One- and two-dimensional arrays of doubles, as parameter sets keep them and coherence data travel in them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Package files as the project's own tools keep them: the record of a package (FaceIca.h) with an index
 // behind it.
 //

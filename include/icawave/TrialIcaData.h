@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // One data set: the component time courses of one trial (epoch) with the parameters of their decomposition.
 //
 // A data set holds m_chnlTotal channels (components, or elements of coherence matrices) of m_totalSample

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The whole of icawave: a home for the results of independent component analysis of MEG and EEG recordings.
 //
 // The host computes decompositions and hands them over; the library holds, inspects, stores and manages them.

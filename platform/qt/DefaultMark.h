@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The mark of a button that its template made a default one. Qt has only one default button at a time, and it
 // changes with the focus.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The controls and menus in a dialog's widget.
 #include "platform/qt/DialogWidget.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "platform/qt/DialogPeer.h"
 
 #include <icawave/qt/QtFrontEnd.h>

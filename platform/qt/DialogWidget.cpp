@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "platform/qt/DialogWidget.h"
 
 #include <icawave/platform/ScriptedFrontEnd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // A dialog of the library as a real one: its controls at their places, its menu bar, its icon.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The list control as a tree view without a tree. The control alone knows rows, selection and focus: what
 // the user does is told to it, and what it says then is shown.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The window of icawave_manager: the manager of one package file, with a menu to save it.
 #pragma once
 

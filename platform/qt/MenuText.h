@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Texts of menu items, shown with a mnemonic and read without one that was added.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/qt/QtFrontEnd.h>
 
 #include "platform/qt/DialogPeer.h"

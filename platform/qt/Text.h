@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Texts to and from Qt, code unit by code unit, and whether there is a QApplication to show them in.
 #pragma once
 

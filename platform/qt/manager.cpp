@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // icawave_manager PACKAGE [PICTURE.png]: shows the manager of a package file, its current data set selected,
 // or writes a picture of it.
 #include <icawave/qt/QtFrontEnd.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 """layers.py SOURCE_FOLDER: rooms include only the rooms that they may know of, and only headers that exist.
 
 Knowledge points one way: platform <- archive <- matrix <- channel, icaparam <- trial <- package <- ui <- tools. The record sources in

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "tests/qt/QtUser.h"
 
 #include "platform/qt/MenuText.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // A user in front of real widgets: clicks and keys are events, and whatever opens is answered as a user
 // would.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The front end before there is a QApplication, and windows that outlive one.
 #include <icawave/icawave.h>
 #include <icawave/qt/QtFrontEnd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The program that shows the manager of a package file: nothing is lost, and nobody is waited for.
 #include "platform/qt/ManagerWindow.h"
 

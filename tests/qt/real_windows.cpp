@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What only real widgets can show: keys, focus, places, pictures, pauses.
 #include "tests/Support.h"
 #include "tests/qt/QtUser.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Windows of the toolkit that go at any time, and viewers of a host.
 #include "tests/Support.h"
 #include "tests/qt/QtUser.h"

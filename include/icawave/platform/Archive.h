@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The binary stream that every record is stored into and loaded from.
 //
 // Values follow one another without header, padding or checksum, little-endian: 4 bytes for 32-bit integers,

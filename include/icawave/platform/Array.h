@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Growable arrays with 64-bit sizes and checked access: CPtrArray of pointers that it does not own,
 // CUIntArray of unsigned integers.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Modeless dialogs made from templates of the resources, their data exchange, and the file dialog.
 //
 //     class Settings : public CDialogEx {

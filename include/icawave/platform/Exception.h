@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The exceptions that leave the library. They are thrown by value and caught by reference; what() is a line
 // of English.
 #pragma once

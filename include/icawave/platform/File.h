@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Files on disk and in memory, as an archive reads and writes them. A host may derive its own from either.
 //
 //     CFile file;

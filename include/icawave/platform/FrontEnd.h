@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // How the library reaches a user: one narrow interface, replaced by whoever has a display, or a test.
 //
 // The base class is itself the front end that works where none is installed: a message is one line on stderr,

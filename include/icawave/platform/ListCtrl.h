@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The list control in report view: columns, rows of texts with an icon, selection and focus, and what it
 // tells its parent.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Menus: loaded from the resources, changed, and shown as a pop-up or in a dialog's menu bar.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Messages to the user and the wait cursor, shown by the installed front end (FrontEnd.h).
 #pragma once
 

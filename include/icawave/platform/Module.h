@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Extension modules: dynamic libraries that bring resources (dialog templates, menus, icons) into a host's
 // resource search.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Dialog templates, menus and icons as a module's resources hold them. Texts are literals; everything lives
 // as long as its module.
 #pragma once

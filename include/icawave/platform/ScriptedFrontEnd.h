@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // A front end without a display, for tests of the library and of its hosts: it records what a user would have
 // been shown and plays what a user would do.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Texts as every operation of the library takes and returns them.
 //
 // A CString is a sequence of UTF-16 code units taken by count: zero units and lone surrogates are kept as

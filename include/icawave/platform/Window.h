@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // All of the window layer: windows, dialogs, lists, menus. They hold their whole state themselves; a front
 // end shows it.
 #pragma once

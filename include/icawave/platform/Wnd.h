@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The window that all others derive from: placement, visibility, style, messages, and what is still to be
 // painted.
 //

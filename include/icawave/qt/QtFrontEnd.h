@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The Qt front end: the library's windows, messages and file dialogs as real ones of a host's QApplication.
 //
 //     QApplication application(argc, argv);
