@@ -246,7 +246,7 @@ class Tables(Case):
         one = self.dump("s.icpkg")
         self.assertEqual((one["m_icaDataArray"], one["m_icaDataArray[0].m_icaName"][:28]), (1, "sum of 2 data sets, first a\n"))
         scipy.io.savemat(self.folder / "in.set", {"EEG": small_set(icaweights=np.eye(2))})
-        scipy.io.savemat(self.folder / "hz.set", {"EEG": small_set(srate=99.0)})
+        scipy.io.savemat(self.folder / "hz.set", {"EEG": small_set(srate=100.0, xmin=0.0, xmax=0.04)})
         (self.folder / "o").mkdir()
         self.good("import", "in.set", "hz.set", "-o", "o")
         for other, pattern in [("in", "set 2 has another unmixing matrix"), ("hz", "set 2 has another sampling rate")]:

@@ -118,7 +118,7 @@ class Kinds(Case):
             with self.subTest(pattern):
                 write()
                 done, _ = self.imported()
-                self.assertEqual(done.returncode, 1)
+                self.assertEqual(done.returncode, 2)
                 self.assertRegex(done.stderr, r"\Aicawave: [^\n]*" + pattern + r"[^\n]*\n\Z")
 
 class Oddities(Case):
@@ -152,7 +152,7 @@ class Oddities(Case):
                 dump = json.loads(subprocess.check_output([ICAWAVE, "dump", self.folder / "out.icpkg"]))["object"]
                 shown = [dump[f"m_icaDataArray[1].m_chnlIcaData[{k}].m_show"] for k in range(2)]
                 self.assertEqual(shown, [1 - int(mark) for mark in hidden])
-                self.assertEqual(self.imported("in.set", "--strict")[0].returncode, int(kind == "warning"))
+                self.assertEqual(self.imported("in.set", "--strict")[0].returncode, 2 * (kind == "warning"))
 
     def test_samples_are_found_under_their_new_name(self):
         samples = small_set()["data"].astype("<f4").tobytes(order="F")
