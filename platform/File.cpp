@@ -3,7 +3,6 @@
 
 #include "platform/Alloc.h"
 #include "platform/Closing.h"
-#include "platform/StreamCopy.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -21,9 +20,6 @@ constexpr std::int64_t bufferSize = 256 * 1024;
 // the file is closed: a package is stored at 0.85 of the speed of plain writing instead of 0.62 (64 channels
 // x 2,000 samples).
 constexpr std::int64_t reservedStep = 8 << 20;
-
-// Less goes to buffers like an archive's, out of which it is taken at once.
-constexpr std::int64_t smallestStreamed = 8192;
 
 // One system call moves at most 2^31 - 4096 bytes.
 constexpr std::int64_t largestTransfer = std::int64_t{1} << 30;
@@ -86,10 +82,7 @@ std::int64_t CFile::Read(void* buffer, std::int64_t count) {
     while (done < count) {
         if (m_next < m_filled) {
             const std::int64_t piece = std::min(count - done, m_filled - m_next);
-            if (count > smallestStreamed && m_position > icawave::cachedBytes)
-                icawave::streamCopy(to + done, m_buffer.get() + m_next, static_cast<std::size_t>(piece));
-            else
-                std::memcpy(to + done, m_buffer.get() + m_next, static_cast<std::size_t>(piece));
+            std::memcpy(to + done, m_buffer.get() + m_next, static_cast<std::size_t>(piece));
             m_next += piece;
             done += piece;
         } else if (count - done >= bufferSize) {
