@@ -8,7 +8,7 @@
 
 #include <icawave/ChnlIcaData.h>
 
-#include "channel/PassTypes.h"
+#include "kernels/PassTypes.h"
 
 #include <algorithm>
 

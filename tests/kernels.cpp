@@ -2,7 +2,7 @@
 // Every level of the kernels against plain arithmetic, bit for bit, whatever the values are.
 #include "tests/Support.h"
 
-#include "channel/PassTypes.h"
+#include "kernels/PassTypes.h"
 
 #include <array>
 #include <bit>

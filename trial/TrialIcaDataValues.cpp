@@ -2,8 +2,8 @@
 // Values, ranges, and the conversion between channels and one vector for each time point.
 #include <icawave/TrialIcaData.h>
 
+#include "kernels/Transpose.h"
 #include "platform/Alloc.h"
-#include "trial/Transpose.h"
 #include "trial/Values.h"
 
 using icawave::clampIndex;

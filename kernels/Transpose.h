@@ -2,7 +2,7 @@
 // The transposition between rows that lie anywhere in memory.
 #pragma once
 
-#include "channel/Kernels.h"
+#include "kernels/Kernels.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Every x86-64 processor.
-#include "channel/KernelLanes.h"
+#include "kernels/KernelLanes.h"
 
 namespace icawave {
 

@@ -2,7 +2,7 @@
 // What passes over values compute. T is a double, or a register of doubles that belong to different channels.
 #pragma once
 
-#include "channel/Kernels.h"
+#include "kernels/Kernels.h"
 
 #include <cmath>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Compiled with AVX2 instructions: what stands here is called only where the processor has them.
-#include "channel/KernelLanes.h"
+#include "kernels/KernelLanes.h"
 
 namespace icawave {
 

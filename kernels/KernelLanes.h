@@ -3,8 +3,8 @@
 // its own compiler options, so that no other code is compiled with instructions which a processor may lack.
 #pragma once
 
-#include "channel/Kernels.h"
-#include "channel/PassTypes.h"
+#include "kernels/Kernels.h"
+#include "kernels/PassTypes.h"
 
 #include <cstring>
 #include <utility>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "channel/Kernels.h"
+#include "kernels/Kernels.h"
 
-#include "channel/PassTypes.h"
+#include "kernels/PassTypes.h"
 
 #include <algorithm>
 
