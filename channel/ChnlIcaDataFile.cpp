@@ -12,8 +12,8 @@
 // likewise
 #include <icawave/ChnlIcaData.h>
 
-#include "persist/Exchange.h"
-#include "persist/Storable.h"
+#include "persist/archive/Exchange.h"
+#include "persist/archive/Storable.h"
 
 using icawave::exchange;
 

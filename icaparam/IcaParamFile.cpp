@@ -4,7 +4,7 @@
 //                 i32 extra A, i32 extra B, i32 n, n x u32
 #include <icawave/IcaParam.h>
 
-#include "persist/Exchange.h"
+#include "persist/archive/Exchange.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 // when both are at least 1)
 #include <icawave/MMatrix.h>
 
-#include "persist/Exchange.h"
+#include "persist/archive/Exchange.h"
 
 namespace {
 

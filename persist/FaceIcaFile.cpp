@@ -6,8 +6,8 @@
 
 #include <icawave/DataSetOwner.h>
 
-#include "persist/Exchange.h"
-#include "persist/Storable.h"
+#include "persist/archive/Exchange.h"
+#include "persist/archive/Storable.h"
 #include "platform/MemoryAhead.h"
 
 using icawave::exchange;

@@ -6,7 +6,7 @@
 // trailer = i64 bytes before it, u32 checksum of all bytes before the checksum, 8 bytes "ICAW\r\n\x1A\xFF"
 #include "persist/PackageFileParts.h"
 
-#include "persist/Exchange.h"
+#include "persist/archive/Exchange.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "persist/PackageFileParts.h"
 
-#include "persist/Exchange.h"
+#include "persist/archive/Exchange.h"
 #include "platform/Alloc.h"
 
 namespace icawave {

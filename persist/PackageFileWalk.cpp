@@ -8,7 +8,7 @@
 
 #include <icawave/DataSetOwner.h>
 
-#include "persist/Exchange.h"
+#include "persist/archive/Exchange.h"
 
 #include <cstring>
 

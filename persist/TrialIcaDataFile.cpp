@@ -11,8 +11,8 @@
 // info 20160311 = the same without the second class, and with the compute info behind the rms
 #include <icawave/TrialIcaData.h>
 
-#include "persist/Exchange.h"
-#include "persist/Storable.h"
+#include "persist/archive/Exchange.h"
+#include "persist/archive/Storable.h"
 
 using icawave::exchange;
 
