@@ -5,7 +5,7 @@
 
 #include <icawave/PackageFile.h>
 
-#include "persist/Crc32c.h"
+#include "persist/packagefile/Crc32c.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -6,7 +6,7 @@
 
 #include <icawave/PackageFile.h>
 
-#include "persist/Crc32c.h"
+#include "persist/packagefile/Crc32c.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "persist/PackageFileParts.h"
+#include "persist/packagefile/PackageFileParts.h"
 
 #include <icawave/DataSetOwner.h>
 
-#include "persist/Crc32c.h"
+#include "persist/packagefile/Crc32c.h"
 #include "platform/Alloc.h"
 #include "platform/MemoryAhead.h"
 

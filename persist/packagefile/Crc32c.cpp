@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "persist/Crc32c.h"
+#include "persist/packagefile/Crc32c.h"
 
 #include <array>
 #include <cstring>

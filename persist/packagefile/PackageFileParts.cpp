@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "persist/PackageFileParts.h"
+#include "persist/packagefile/PackageFileParts.h"
 
 #include <icawave/platform/FrontEnd.h>
 
-#include "persist/Crc32c.h"
+#include "persist/packagefile/Crc32c.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -4,7 +4,7 @@
 // A sound package is followed slot by slot. Behind the first fault its counts and lengths say nothing any
 // more: from there on data sets are found by their keyword and version. No data set is looked for beyond the
 // next keyword, so that a damaged one cannot swallow those behind it, and the time grows with the file alone.
-#include "persist/PackageFileParts.h"
+#include "persist/packagefile/PackageFileParts.h"
 
 #include <icawave/DataSetOwner.h>
 

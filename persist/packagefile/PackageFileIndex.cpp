@@ -4,7 +4,7 @@
 // entry   = i64 offset, i64 length, u32 checksum, text name, i64 samples, i64 channels, i64 selected channel,
 //           i32 class, i64 select begin, i64 select end, byte shown
 // trailer = i64 bytes before it, u32 checksum of all bytes before the checksum, 8 bytes "ICAW\r\n\x1A\xFF"
-#include "persist/PackageFileParts.h"
+#include "persist/packagefile/PackageFileParts.h"
 
 #include "persist/archive/Exchange.h"
 

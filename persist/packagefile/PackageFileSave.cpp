@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "persist/PackageFileParts.h"
+#include "persist/packagefile/PackageFileParts.h"
 
 #include "persist/archive/Exchange.h"
 #include "platform/Alloc.h"
