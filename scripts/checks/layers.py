@@ -16,7 +16,7 @@ ROOM_OF_NAME = {  # public headers and record sources, by the beginning of their
     "IcaParam": "channel", "TrialIcaData": "trial", "FaceIca": "package", "DataSetOwner": "package", "IcaWaveManager": "ui", "IcaDataStd": "trial", "PackageFile": "package", "Crc32c": "platform", "icawave.h": "tools", "Export": "platform"}
 
 KNOTS = [("package/FaceIcazq.cpp", "include/icawave/IcaWaveManager.h"),  # the package opens the dialog that edits it
-         ("package/Module.cpp", "ui/Resources.h")]  # the library brings the dialog's resources
+         ("ui/Module.cpp", "ui/Resources.h")]  # the library brings the dialog's resources
 
 
 def room(path):
