@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "tests/qt/QtUser.h"
 
-#include "platform/qt/MenuText.h"
+#include "qt/MenuText.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>

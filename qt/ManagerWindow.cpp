@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "platform/qt/ManagerWindow.h"
+#include "qt/ManagerWindow.h"
 
 #include <icawave/icawave.h>
 #include <icawave/qt/QtFrontEnd.h>
 
-#include "platform/qt/Text.h"
+#include "qt/Text.h"
 
 #include <QCloseEvent>
 #include <QFileInfo>

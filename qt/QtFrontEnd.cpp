@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/qt/QtFrontEnd.h>
 
-#include "platform/qt/DialogPeer.h"
-#include "platform/qt/MenuText.h"
-#include "platform/qt/Text.h"
+#include "qt/DialogPeer.h"
+#include "qt/MenuText.h"
+#include "qt/Text.h"
 
 #include <QFileDialog>
 #include <QFileInfo>

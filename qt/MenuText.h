@@ -2,7 +2,7 @@
 // Texts of menu items, shown with a mnemonic and read without one that was added.
 #pragma once
 
-#include "platform/qt/Text.h"
+#include "qt/Text.h"
 
 #include <QAction>
 #include <QKeySequence>

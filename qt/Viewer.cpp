@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/qt/QtFrontEnd.h>
 
-#include "platform/qt/DialogPeer.h"
+#include "qt/DialogPeer.h"
 
 #include <QEvent>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "platform/qt/ListView.h"
+#include "qt/ListView.h"
 
-#include "platform/qt/Pictures.h"
-#include "platform/qt/Text.h"
+#include "qt/Pictures.h"
+#include "qt/Text.h"
 
 namespace icawave::qt {
 

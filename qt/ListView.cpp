@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "platform/qt/ListView.h"
+#include "qt/ListView.h"
 
-#include "platform/qt/Text.h"
+#include "qt/Text.h"
 
 #include <QContextMenuEvent>
 #include <QHeaderView>

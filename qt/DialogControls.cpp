@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The controls and menus in a dialog's widget.
-#include "platform/qt/DialogWidget.h"
+#include "qt/DialogWidget.h"
 
 #include <icawave/platform/ListCtrl.h>
 
-#include "platform/qt/DefaultMark.h"
-#include "platform/qt/ListView.h"
-#include "platform/qt/MenuText.h"
-#include "platform/qt/Text.h"
+#include "qt/DefaultMark.h"
+#include "qt/ListView.h"
+#include "qt/MenuText.h"
+#include "qt/Text.h"
 
 #include <QCheckBox>
 #include <QKeyEvent>

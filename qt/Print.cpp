@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/qt/QtFrontEnd.h>
 
-#include "platform/qt/DefaultMark.h"
-#include "platform/qt/DialogWidget.h"
-#include "platform/qt/ListView.h"
-#include "platform/qt/MenuText.h"
-#include "platform/qt/Text.h"
+#include "qt/DefaultMark.h"
+#include "qt/DialogWidget.h"
+#include "qt/ListView.h"
+#include "qt/MenuText.h"
+#include "qt/Text.h"
 
 #include <QCheckBox>
 #include <QHeaderView>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "platform/qt/DialogPeer.h"
+#include "qt/DialogPeer.h"
 
 #include <icawave/qt/QtFrontEnd.h>
 
-#include "platform/qt/Text.h"
+#include "qt/Text.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "platform/qt/DialogWidget.h"
+#include "qt/DialogWidget.h"
 
 #include <QPointer>
 

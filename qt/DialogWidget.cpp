@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "platform/qt/DialogWidget.h"
+#include "qt/DialogWidget.h"
 
 #include <icawave/platform/ScriptedFrontEnd.h>
 
-#include "platform/qt/DialogPeer.h"
-#include "platform/qt/MenuText.h"
-#include "platform/qt/Pictures.h"
-#include "platform/qt/Text.h"
+#include "qt/DialogPeer.h"
+#include "qt/MenuText.h"
+#include "qt/Pictures.h"
+#include "qt/Text.h"
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>

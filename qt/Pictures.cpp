@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "platform/qt/Pictures.h"
+#include "qt/Pictures.h"
 
 #include <QIconEngine>
 #include <QImage>
