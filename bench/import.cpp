@@ -2,12 +2,9 @@
 // The import of a real recording beside reading it and multiplying with Eigen: bench_import FILE.set
 #include "bench/Pairs.h"
 
-#include "apps/cli/Commands.h"
-#include "apps/cli/EeglabSet.h"
+#include "exchange/EeglabImport.h"
 
 #include <filesystem>
-#include <iostream>
-#include <sstream>
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
@@ -19,16 +16,20 @@ int main(int argc, char** argv) {
     const bench::Folder folder;
     const std::string target = (folder / "imported.icpkg").string();
     bench::add("import/real_set", [&](benchmark::State& state) {
-        std::ostringstream report;
-        std::streambuf* const out = std::cout.rdbuf(report.rdbuf());
         bench::comparePairs(
-            state, [&] { return bench::seconds([&] {
-                             icawave::cli::importSet(source, {target, true});
-                         }); },
+            state,
+            [&] {
+                return bench::seconds([&] {
+                    icawave::formats::EeglabImport set(source);
+                    icawave::AtomicFile file(target);
+                    set.write(file);
+                    file.commit();
+                });
+            },
             [&] {
                 double sum = 0.0;
                 const double time = bench::seconds([&] {
-                    icawave::cli::EeglabSet set(source);
+                    icawave::formats::EeglabSet set(source);
                     const Eigen::MatrixXd unmix = set.weights * set.sphere;
                     for (std::int64_t trial = 0; trial < set.trials; ++trial)
                         sum += (unmix * set.samples(trial, 0, set.sampleCount)).eval()(0, 0);
@@ -36,7 +37,6 @@ int main(int argc, char** argv) {
                 benchmark::DoNotOptimize(&sum);
                 return time;
             });
-        std::cout.rdbuf(out);
     });
     benchmark::RunSpecifiedBenchmarks();
 }

@@ -3,13 +3,12 @@
 // with any bytes in the samples' file; plain or compressed.
 #include "fuzz/Fuzz.h"
 
-#include "apps/cli/Commands.h"
+#include "exchange/EeglabImport.h"
 
 #include <icawave/PackageFile.h>
 
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -126,10 +125,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::ofstream(source, std::ios::binary).write(content.data(), std::ssize(content));
     const std::vector<char> samples(in.take<std::uint8_t>());
     std::ofstream(folder / "in.fdt", std::ios::binary).write(samples.data(), std::ssize(samples));
-    for (std::ostream* out : {&std::cout, &std::cerr}) out->setstate(std::ios::failbit); // not wanted
     bool imported = false;
     try {
-        icawave::cli::importSet(source, {target, false});
+        icawave::formats::EeglabImport set(source);
+        icawave::AtomicFile out(target);
+        set.write(out);
+        out.commit();
         imported = true;
     } catch (const std::runtime_error&) { // what is wrong with the file
     }

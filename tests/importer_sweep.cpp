@@ -5,7 +5,7 @@
 // The copy is made in FOLDER, beside what lies there. It is cut at every byte of its first 64 KiB and at
 // every STEP-th after that, its .fdt file more seldom. Each word ("OFFSET:BYTES") is set to 0, half, one more
 // and 2^31 - 1.
-#include "apps/cli/EeglabSet.h"
+#include "exchange/EeglabSet.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 // Everything that becomes a package, bit by bit; nothing when the file is refused.
 std::optional<std::string> import(const fs::path& path) {
     try {
-        icawave::cli::EeglabSet set(path);
+        icawave::formats::EeglabSet set(path);
         std::string all = set.name.utf8();
         const auto add = [&](const auto& values) {
             all.append(reinterpret_cast<const char*>(values.data()), values.size() * sizeof *values.data());

@@ -4,10 +4,7 @@
 // stderr.
 #pragma once
 
-#include "apps/cli/Save.h"
-
 #include <array>
-#include <string>
 
 namespace CLI {
 class App;
@@ -35,9 +32,5 @@ void addCopy(CLI::App& app);
 inline constexpr std::array allCommands = {addImport, addList, addInfo,  addStats,   addExport,
                                            addNorm,   addSum,  addCheck, addSalvage, addExtract,
                                            addMerge,  addDiff, addIndex, addDump,    addCopy};
-
-// A package of an EEGLAB data set's trials. `strict`: what would be a warning is an error, and nothing is
-// written.
-void importSet(const std::string& source, const Output& target, bool strict = false);
 
 } // namespace icawave::cli

@@ -2,9 +2,12 @@
 // icawave import: packages from EEGLAB data sets.
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
+#include "apps/cli/Progress.h"
 #include "apps/cli/Text.h"
+#include "exchange/EeglabImport.h"
 
 #include <filesystem>
+#include <iostream>
 #include <map>
 
 namespace icawave::cli {
@@ -25,6 +28,20 @@ std::string targetOf(const Options& options, const std::string& source) {
         return target / std::filesystem::path(source).filename().replace_extension(".icpkg");
     if (options.sources.size() > 1) throw Failure(target, "is not a folder, which several data sets need");
     return target;
+}
+
+void importSet(const std::string& source, const Output& target, bool strict) {
+    formats::EeglabImport set(source);
+    if (!set.sampleFile().empty()) target.mustNotBe(set.sampleFile());
+    save(target, [&](CFile& file) {
+        Progress progress("importing " + source, set.trials());
+        set.write(file, [&](std::int64_t trials) { progress.update(trials); });
+        if (const std::vector<std::string> warnings = set.warnings(); strict && !warnings.empty())
+            throw Failure(source, warnings.front());
+    });
+    std::cout << printable(target.path()) << ": " << printable(set.report()) << '\n';
+    for (const std::string& warning : set.warnings())
+        std::cerr << "warning: " << printable(source + ": " + warning) << '\n';
 }
 
 void import(const Options& options) {

@@ -2,9 +2,6 @@
 #include "apps/cli/Text.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
-#include <system_error>
 
 namespace icawave::cli {
 
@@ -17,10 +14,6 @@ bool isControl(char16_t unit) {
 }
 
 } // namespace
-
-std::string systemError(int error) {
-    return std::generic_category().message(error);
-}
 
 std::string printable(const CString& text) {
     constexpr std::u16string_view digits = u"0123456789abcdef";
@@ -43,15 +36,6 @@ std::string padded(const std::string& utf8, std::size_t width) {
 std::size_t codePoints(const std::string& utf8) {
     const auto begins = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; };
     return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), begins));
-}
-
-std::string number(double value) {
-    std::array<char, 32> buffer;
-    return {buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr};
-}
-
-std::string counted(std::int64_t count, const std::string& it) {
-    return std::to_string(count) + " " + it + (count == 1 ? "" : "s");
 }
 
 } // namespace icawave::cli

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The program that shows the manager of a package file: nothing is lost, and nobody is waited for.
-#include "qt/ManagerWindow.h"
+#include "apps/manager/ManagerWindow.h"
 
 #include "tests/Support.h"
 #include "tests/qt/QtUser.h"

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <span>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 // Inflates the zlib stream that `from` holds from its first byte to its last into all of `to`; false when the
 // stream is damaged, ends elsewhere or gives another number of bytes.
@@ -12,4 +12,4 @@ bool inflateExactly(std::span<const std::byte> from, std::span<std::byte> to);
 // The first bytes of the stream alone.
 bool inflateStart(std::span<const std::byte> from, std::span<std::byte> to);
 
-} // namespace icawave::cli
+} // namespace icawave::formats

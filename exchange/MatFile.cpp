@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/cli/MatFile.h"
+#include "exchange/MatFile.h"
 
-#include "apps/cli/Text.h"
+#include "exchange/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +14,7 @@
 #include <limits>
 #include <unistd.h>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 namespace {
 
@@ -202,4 +202,4 @@ MatValue MatFile::variable(const char* name) const {
     return {this, name, m_source->variable(name)};
 }
 
-} // namespace icawave::cli
+} // namespace icawave::formats

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/cli/Inflate.h"
+#include "exchange/Inflate.h"
 
 #include <algorithm>
 #include <limits>
 #define ZLIB_CONST // it takes its input as const
 #include <zlib.h>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 namespace {
 
@@ -61,4 +61,4 @@ bool inflateStart(std::span<const std::byte> from, std::span<std::byte> to) {
     return stream.given() == to.size();
 }
 
-} // namespace icawave::cli
+} // namespace icawave::formats

@@ -8,7 +8,7 @@
 #include <string>
 #include <sys/types.h>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 // One end of a connection. Both calls take all of the bytes; false when the other end is gone or silent.
 class Channel {
@@ -57,4 +57,4 @@ private:
     pid_t m_child;
 };
 
-} // namespace icawave::cli
+} // namespace icawave::formats

@@ -2,7 +2,7 @@
 // MAT-files, read with suspicion: whatever is not of the kind that is asked for is a Failure that names it.
 #pragma once
 
-#include "apps/cli/MatArray.h"
+#include "exchange/MatArray.h"
 
 #include <icawave/platform/String.h>
 
@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 // A variable or a field, perhaps missing. Valid as long as its MatFile.
 class MatValue {
@@ -70,4 +70,4 @@ private:
     std::unique_ptr<MatSource> m_source;
 };
 
-} // namespace icawave::cli
+} // namespace icawave::formats

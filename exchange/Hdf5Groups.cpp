@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/cli/Hdf5Groups.h"
+#include "exchange/Hdf5Groups.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 namespace {
 
@@ -110,4 +110,4 @@ bool listsAllMembers(const std::string& path, std::uint64_t begin, std::uint64_t
     return GroupTables(path, begin).areWhole(header);
 }
 
-} // namespace icawave::cli
+} // namespace icawave::formats

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/cli/ChildProcess.h"
+#include "exchange/ChildProcess.h"
 
 #include <cerrno>
 #include <csignal>
@@ -17,7 +17,7 @@
 #    endif
 #endif
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 namespace {
 
@@ -127,4 +127,4 @@ std::string ChildProcess::ended(int status) {
     return signal == SIGXCPU || signal == SIGKILL ? "took too long" : "failed";
 }
 
-} // namespace icawave::cli
+} // namespace icawave::formats

@@ -3,11 +3,11 @@
 // reverse order, and the attribute MATLAB_class says what it is. Nothing can be promised of how the HDF5
 // library takes damaged bytes. So a child process asks it, under limits of memory and time, and reads only
 // what is wanted; a child that dies is a file that is refused, and what it answers is checked like a file.
-#include "apps/cli/ChildProcess.h"
-#include "apps/cli/Hdf5Groups.h"
-#include "apps/cli/Inflate.h"
-#include "apps/cli/MatArray.h"
-#include "apps/cli/Text.h"
+#include "exchange/ChildProcess.h"
+#include "exchange/Hdf5Groups.h"
+#include "exchange/Inflate.h"
+#include "exchange/MatArray.h"
+#include "exchange/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -21,7 +21,7 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 namespace {
 
@@ -561,4 +561,4 @@ std::unique_ptr<MatSource> openHdf5(const std::string& path, std::uint64_t begin
     return std::make_unique<Hdf5File>(path, begin, fileBytes);
 }
 
-} // namespace icawave::cli
+} // namespace icawave::formats

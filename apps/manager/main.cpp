@@ -3,7 +3,7 @@
 // or writes a picture of it.
 #include <icawave/qt/QtFrontEnd.h>
 
-#include "qt/ManagerWindow.h"
+#include "apps/manager/ManagerWindow.h"
 
 #include <QApplication>
 

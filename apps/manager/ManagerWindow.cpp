@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "qt/ManagerWindow.h"
+#include "apps/manager/ManagerWindow.h"
 
 #include <icawave/icawave.h>
 #include <icawave/qt/QtFrontEnd.h>

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 // The numbers are those of level 5.
 enum class MatClass : std::uint8_t {
@@ -101,4 +101,4 @@ std::unique_ptr<MatSource> openLevel5(const std::string& path);
 // `begin`: where HDF5's own bytes begin.
 std::unique_ptr<MatSource> openHdf5(const std::string& path, std::uint64_t begin);
 
-} // namespace icawave::cli
+} // namespace icawave::formats

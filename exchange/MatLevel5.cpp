@@ -2,9 +2,9 @@
 // MAT-files of level 5, plain or compressed. A file is a header and elements; an element is a type, a length
 // and that many bytes; the bytes of an array are elements again. Each must fill what it lies in to the last
 // byte, and values must be as many as the sizes say, so that no length can be wrong unnoticed.
-#include "apps/cli/Inflate.h"
-#include "apps/cli/MatArray.h"
-#include "apps/cli/Text.h"
+#include "exchange/Inflate.h"
+#include "exchange/MatArray.h"
+#include "exchange/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,7 @@
 #include <fstream>
 #include <string_view>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 namespace {
 
@@ -278,4 +278,4 @@ std::unique_ptr<MatSource> openLevel5(const std::string& path) {
     return std::make_unique<Level5File>(path);
 }
 
-} // namespace icawave::cli
+} // namespace icawave::formats

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "apps/cli/EeglabSet.h"
+#include "exchange/EeglabSet.h"
 
-#include "apps/cli/Text.h"
+#include "exchange/Text.h"
 
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <numeric>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 EeglabSet::EeglabSet(const std::string& path)
     : m_path(path), m_file(path), m_set(m_file.variable("EEG")), m_data(field("data")) {
@@ -220,4 +220,4 @@ void EeglabSet::noteLeftOut() {
     if (unused > 0) leftOut.push_back(counted(unused, "channel") + " outside the decomposition");
 }
 
-} // namespace icawave::cli
+} // namespace icawave::formats

@@ -4,11 +4,11 @@
 //     s = icaweights * icasphere * x.
 #pragma once
 
-#include "apps/cli/MatFile.h"
+#include "exchange/MatFile.h"
 
 #include <fstream>
 
-namespace icawave::cli {
+namespace icawave::formats {
 
 class EeglabSet {
 public:
@@ -57,4 +57,4 @@ private:
     bool m_compares = false;
 };
 
-} // namespace icawave::cli
+} // namespace icawave::formats
