@@ -2,7 +2,7 @@
 // Summary values of one channel. Sums ascend in a double.
 #include <icawave/ChnlIcaData.h>
 
-#include "channel/Passes.h"
+#include "kernels/Passes.h"
 
 namespace {
 

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "kernels/Kernels.h"
-#include "kernels/PassTypes.h"
 
 #include <cstring>
 #include <utility>
@@ -165,16 +164,7 @@ struct LanesOf {
     }
 
     static constexpr Kernels kernels(const char* level) {
-        return {level,
-                take<RangePassOf>,
-                take<MagnitudeRangePassOf>,
-                take<SumPassOf>,
-                take<SquaresPassOf>,
-                take<RangeAndSumPassOf>,
-                take<StatisticsPassOf>,
-                chain,
-                divide,
-                transpose};
+        return {level, AllPasses::table<LanesOf>(), chain, divide, transpose};
     }
 };
 

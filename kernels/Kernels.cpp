@@ -1,48 +1,41 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "kernels/Kernels.h"
 
-#include "kernels/PassTypes.h"
-
 #include <algorithm>
 
 namespace icawave {
 
 namespace {
 
-template <template <class> class PassOf>
-std::int64_t takePlain(const double* const* values, std::int64_t begin, std::int64_t stop,
-                       PassOf<double>* passes) {
-    for (std::int64_t i = begin; i < stop; ++i) {
-        for (int k = 0; k < kernelLanes; ++k) passes[k].take(values[k][i]);
+struct PlainLoops {
+    template <template <class> class PassOf>
+    static std::int64_t take(const double* const* values, std::int64_t begin, std::int64_t stop,
+                             PassOf<double>* passes) {
+        for (std::int64_t i = begin; i < stop; ++i) {
+            for (int k = 0; k < kernelLanes; ++k) passes[k].take(values[k][i]);
+        }
+        return std::max(begin, stop);
     }
-    return std::max(begin, stop);
-}
 
-std::int64_t chainPlain(const double*, std::int64_t begin, std::int64_t, RangeAndSumPassOf<double>&) {
-    return begin;
-}
-
-std::int64_t dividePlain(double* values, std::int64_t count, double divisor) {
-    for (std::int64_t i = 0; i < count; ++i) values[i] /= divisor;
-    return std::max<std::int64_t>(count, 0);
-}
-
-void transposePlain(const double* const* from, std::int64_t column, double* const* to, std::int64_t row) {
-    for (int r = 0; r < kernelLanes; ++r) {
-        for (int c = 0; c < kernelLanes; ++c) to[c][row + r] = from[r][column + c];
+    static std::int64_t chain(const double*, std::int64_t begin, std::int64_t, RangeAndSumPass&) {
+        return begin;
     }
-}
 
-constexpr Kernels plainKernels = {"plain loops",
-                                  takePlain<RangePassOf>,
-                                  takePlain<MagnitudeRangePassOf>,
-                                  takePlain<SumPassOf>,
-                                  takePlain<SquaresPassOf>,
-                                  takePlain<RangeAndSumPassOf>,
-                                  takePlain<StatisticsPassOf>,
-                                  chainPlain,
-                                  dividePlain,
-                                  transposePlain};
+    static std::int64_t divide(double* values, std::int64_t count, double divisor) {
+        for (std::int64_t i = 0; i < count; ++i) values[i] /= divisor;
+        return std::max<std::int64_t>(count, 0);
+    }
+
+    static void transpose(const double* const* from, std::int64_t column, double* const* to,
+                          std::int64_t row) {
+        for (int r = 0; r < kernelLanes; ++r) {
+            for (int c = 0; c < kernelLanes; ++c) to[c][row + r] = from[r][column + c];
+        }
+    }
+};
+
+constexpr Kernels plainKernels = {"plain loops", AllPasses::table<PlainLoops>(), PlainLoops::chain,
+                                  PlainLoops::divide, PlainLoops::transpose};
 
 } // namespace
 

@@ -3,46 +3,27 @@
 // once. All give the same bits.
 #pragma once
 
+#include "kernels/PassTypes.h"
+
 #include <cstdint>
 #include <span>
 
 namespace icawave {
 
-template <class T>
-struct RangePassOf;
-template <class T>
-struct MagnitudeRangePassOf;
-template <class T>
-struct SumPassOf;
-template <class T>
-struct SquaresPassOf;
-template <class T>
-struct RangeAndSumPassOf;
-template <class T>
-struct StatisticsPassOf;
-
-// How many channels a pass takes side by side, and the side of the square that is transposed at once.
+// How many arrays a pass takes side by side, and the side of the square that is transposed at once.
 inline constexpr int kernelLanes = 8;
-
-// Takes samples begin, begin + 1, ... of `kernelLanes` channels, each in its ascending order, as long as
-// whole registers can be filled; returns the first sample that is left.
-template <template <class> class PassOf>
-using PassKernel = std::int64_t (*)(const double* const* values, std::int64_t begin, std::int64_t stop,
-                                    PassOf<double>* passes);
 
 struct Kernels {
     const char* level;
 
-    PassKernel<RangePassOf> range;
-    PassKernel<MagnitudeRangePassOf> magnitudeRange;
-    PassKernel<SumPassOf> sum;
-    PassKernel<SquaresPassOf> squares;
-    PassKernel<RangeAndSumPassOf> rangeAndSum;
-    PassKernel<StatisticsPassOf> statistics;
+    AllPasses::Table passes;
+    template <class Pass>
+    PassKernel<Pass> take() const {
+        return std::get<PassKernel<Pass>>(passes);
+    }
 
     // Takes samples of one array, as long as whole blocks are left; returns the first that is left.
-    std::int64_t (*chain)(const double* values, std::int64_t begin, std::int64_t stop,
-                          RangeAndSumPassOf<double>& pass);
+    std::int64_t (*chain)(const double* values, std::int64_t begin, std::int64_t stop, RangeAndSumPass& pass);
 
     // Divides values; returns how many.
     std::int64_t (*divide)(double* values, std::int64_t count, double divisor);

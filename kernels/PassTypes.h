@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What passes over values compute. T is a double, or a register of doubles that belong to different channels.
+// What passes over values compute, and the one list of them. T is a double, or a register of doubles that
+// belong to different arrays. All members of a pass are Ts.
 #pragma once
-
-#include "kernels/Kernels.h"
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
+#include <tuple>
 
 namespace icawave {
 
@@ -24,8 +23,6 @@ T magnitude(T value) {
 // stays, one that comes later is passed over, and of two zeros the first stays.
 template <class T>
 struct RangePassOf {
-    static constexpr auto kernel = &Kernels::range;
-
     RangePassOf() = default;
     explicit RangePassOf(T first) : min(first), max(first) {}
     void take(T value) {
@@ -43,8 +40,6 @@ struct RangePassOf {
 
 template <class T>
 struct MagnitudeRangePassOf : RangePassOf<T> {
-    static constexpr auto kernel = &Kernels::magnitudeRange;
-
     MagnitudeRangePassOf() = default;
     explicit MagnitudeRangePassOf(T first) : RangePassOf<T>(magnitude(first)) {}
     void take(T value) { RangePassOf<T>::take(magnitude(value)); }
@@ -52,8 +47,6 @@ struct MagnitudeRangePassOf : RangePassOf<T> {
 
 template <class T>
 struct SumPassOf {
-    static constexpr auto kernel = &Kernels::sum;
-
     void take(T value) { sum += value; }
 
     T sum{};
@@ -61,8 +54,6 @@ struct SumPassOf {
 
 template <class T>
 struct SquaresPassOf {
-    static constexpr auto kernel = &Kernels::squares;
-
     void take(T value) { squares += value * value; }
 
     T squares{};
@@ -70,8 +61,6 @@ struct SquaresPassOf {
 
 template <class T>
 struct RangeAndSumPassOf : RangePassOf<T> {
-    static constexpr auto kernel = &Kernels::rangeAndSum;
-
     RangeAndSumPassOf() = default;
     explicit RangeAndSumPassOf(T first) : RangePassOf<T>(first) {}
     void take(T value) {
@@ -84,8 +73,6 @@ struct RangeAndSumPassOf : RangePassOf<T> {
 
 template <class T>
 struct StatisticsPassOf : RangeAndSumPassOf<T> {
-    static constexpr auto kernel = &Kernels::statistics;
-
     StatisticsPassOf() = default;
     explicit StatisticsPassOf(T first) : RangeAndSumPassOf<T>(first) {}
     void take(T value) {
@@ -97,5 +84,45 @@ struct StatisticsPassOf : RangeAndSumPassOf<T> {
     T magnitudes{};
     T squares{};
 };
+
+using RangePass = RangePassOf<double>;
+using MagnitudeRangePass = MagnitudeRangePassOf<double>;
+using SumPass = SumPassOf<double>;
+using SquaresPass = SquaresPassOf<double>;
+using RangeAndSumPass = RangeAndSumPassOf<double>;
+using StatisticsPass = StatisticsPassOf<double>;
+
+// Takes values begin, begin + 1, ... of several arrays, each in its ascending order, as long as whole
+// registers can be filled; returns the first that is left.
+template <class Pass>
+using PassKernel = std::int64_t (*)(const double* const* values, std::int64_t begin, std::int64_t stop,
+                                    Pass* passes);
+
+template <template <class> class... PassOf>
+struct PassList {
+    using Table = std::tuple<PassKernel<PassOf<double>>...>;
+
+    // Of the functions that take each pass for one instruction set.
+    template <class Lanes>
+    static constexpr Table table() {
+        return {Lanes::template take<PassOf>...};
+    }
+    // f.operator()<Pass>() for each pass of doubles.
+    template <class F>
+    static void forEach(F f) {
+        (f.template operator()<PassOf<double>>(), ...);
+    }
+
+private:
+    // Lanes exchange whole passes as arrays of T. Of a type of three bytes, whatever is no T is told by its
+    // size.
+    struct Probe {
+        char bytes[3];
+    };
+    static_assert(((sizeof(PassOf<Probe>) * sizeof(double) == sizeof(PassOf<double>) * sizeof(Probe)) && ...),
+                  "every member of a pass is a T");
+};
+using AllPasses = PassList<RangePassOf, MagnitudeRangePassOf, SumPassOf, SquaresPassOf, RangeAndSumPassOf,
+                           StatisticsPassOf>;
 
 } // namespace icawave

@@ -1,30 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Passes over the values of channels, several at a time.
+// Passes over arrays of values, several arrays at a time.
 //
-// An in-order sum waits for each addition to finish before the next may begin. Channels do not depend on one
+// An in-order sum waits for each addition to finish before the next may begin. Arrays do not depend on one
 // another, so several go together while each keeps its own ascending order: the same bits as one after the
 // other, several times as fast.
 #pragma once
 
-#include <icawave/ChnlIcaData.h>
-
-#include "kernels/PassTypes.h"
+#include "kernels/Kernels.h"
 
 #include <algorithm>
 
 namespace icawave {
-
-// The values that a channel really holds, whatever a file said.
-inline std::int64_t heldValues(const CChnlIcaData& channel) {
-    return channel.m_data ? std::max<std::int64_t>(channel.m_size, 0) : 0;
-}
-
-using RangePass = RangePassOf<double>;
-using MagnitudeRangePass = MagnitudeRangePassOf<double>;
-using SumPass = SumPassOf<double>;
-using SquaresPass = SquaresPassOf<double>;
-using RangeAndSumPass = RangeAndSumPassOf<double>;
-using StatisticsPass = StatisticsPassOf<double>;
 
 // Divides each of `count` values.
 inline void divide(double* values, std::int64_t count, double divisor) {
@@ -47,7 +33,7 @@ void takeSideBySide(const double* const* arrays, int count, std::int64_t begin, 
         values[k] = arrays[k < count ? k : 0];
         lanes[k] = passes[k < count ? k : 0];
     }
-    if (count > 1) begin = (kernels().*Pass::kernel)(values, begin, stop, lanes);
+    if (count > 1) begin = kernels().take<Pass>()(values, begin, stop, lanes);
     for (int k = 0; k < count; ++k) {
         passes[k] = lanes[k];
         takeValues(values[k], begin, stop, passes[k]);

@@ -2,7 +2,7 @@
 // Every level of the kernels against plain arithmetic, bit for bit, whatever the values are.
 #include "tests/Support.h"
 
-#include "kernels/PassTypes.h"
+#include "kernels/Kernels.h"
 
 #include <array>
 #include <bit>
@@ -71,7 +71,7 @@ void expectPassSame(const Kernels& level, const Arrays& arrays, std::int64_t beg
         passes[k] = startingAt<Pass>(special[k]);
     }
     const auto size = std::ssize(arrays[0]);
-    const std::int64_t reached = (level.*Pass::kernel)(values, begin, size, passes);
+    const std::int64_t reached = level.take<Pass>()(values, begin, size, passes);
     ASSERT_TRUE(reached >= begin && reached <= size && size - reached < lanes);
     for (int k = 0; k < lanes; ++k)
         ASSERT_EQ(bitsOf(passes[k]), bitsOf(plain(startingAt<Pass>(special[k]), arrays[k], begin, reached)))
@@ -100,12 +100,7 @@ protected:
 TEST_F(KernelLevels, PassesAreThoseOfOneValueAfterTheOther) {
     forEach([](const Kernels& level, const Arrays& arrays) {
         for (const std::int64_t begin : {0, 1}) {
-            expectPassSame<RangePassOf<double>>(level, arrays, begin);
-            expectPassSame<MagnitudeRangePassOf<double>>(level, arrays, begin);
-            expectPassSame<SumPassOf<double>>(level, arrays, begin);
-            expectPassSame<SquaresPassOf<double>>(level, arrays, begin);
-            expectPassSame<RangeAndSumPassOf<double>>(level, arrays, begin);
-            expectPassSame<StatisticsPassOf<double>>(level, arrays, begin);
+            AllPasses::forEach([&]<class Pass>() { expectPassSame<Pass>(level, arrays, begin); });
         }
     });
 }

@@ -5,8 +5,9 @@
 
 #include <icawave/TrialIcaData.h>
 
-#include "channel/Passes.h"
+#include "kernels/Passes.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace icawave {
@@ -23,6 +24,11 @@ inline std::int64_t wrapSubtract(std::int64_t a, std::int64_t b) {
 inline std::int64_t clampIndex(std::int64_t index, std::int64_t count) {
     index = std::max<std::int64_t>(index, 0);
     return index >= count ? wrapSubtract(count, 1) : index;
+}
+
+// The values that a channel really holds, whatever a file said.
+inline std::int64_t heldValues(const CChnlIcaData& channel) {
+    return channel.m_data ? std::max<std::int64_t>(channel.m_size, 0) : 0;
 }
 
 inline double valueAt(const CChnlIcaData& channel, std::int64_t sample) {
