@@ -4,12 +4,11 @@
 #include "platform/Alloc.h"
 #include "platform/Closing.h"
 
+#include "system/System.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -20,9 +19,6 @@ constexpr std::int64_t bufferSize = 256 * 1024;
 // the file is closed: a package is stored at 0.85 of the speed of plain writing instead of 0.62 (64 channels
 // x 2,000 samples).
 constexpr std::int64_t reservedStep = 8 << 20;
-
-// One system call moves at most 2^31 - 4096 bytes.
-constexpr std::int64_t largestTransfer = std::int64_t{1} << 30;
 
 std::int32_t causeOf(int systemError) {
     switch (systemError) {
@@ -50,22 +46,20 @@ CFile::CFile() noexcept : m_unwinding(std::uncaught_exceptions()) {}
 CFile::~CFile() {
     if (m_descriptor < 0) return;
     icawave::closeInDestructor(m_unwinding, [this] { CFile::Close(); });
-    if (m_descriptor >= 0) ::close(m_descriptor);
+    if (m_descriptor >= 0) icawave::system::close(m_descriptor);
 }
 
 bool CFile::Open(CString path, std::uint32_t flags) {
     Close();
+    using icawave::system::Open;
     m_writing = (flags & modeWrite) != 0;
-    const int mode = (m_writing ? O_WRONLY : O_RDONLY) | (flags & modeCreate ? O_CREAT | O_TRUNC : 0);
+    const Open how = !m_writing ? Open::read : flags & modeCreate ? Open::replace : Open::write;
     if (path.Find(std::u16string_view(u"\0", 1)) >= 0) return false; // the system would see another name
-    int descriptor;
-    do {
-        descriptor = ::open(path.utf8().c_str(), mode | O_CLOEXEC, 0666);
-    } while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0) return false;
-    struct stat status;
-    if (::fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
-        ::close(descriptor);
+    int descriptor = -1;
+    if (icawave::system::open(path.utf8().c_str(), how, descriptor) != 0) return false;
+    icawave::system::Status status;
+    if (icawave::system::statusOf(descriptor, status) != 0 || status.isFolder) {
+        icawave::system::close(descriptor);
         return false;
     }
     m_descriptor = descriptor;
@@ -123,10 +117,11 @@ std::int64_t CFile::Seek(std::int64_t offset, std::uint32_t from) {
     CFile::Flush();
     if (from == current) offset += CFile::GetPosition(); // of the reader, not of the bytes read ahead
     releaseReserved();
-    const off_t position = ::lseek(m_descriptor, offset, from == end ? SEEK_END : SEEK_SET);
-    if (position < 0) raise(errno);
+    using icawave::system::From;
+    const auto base = from == end ? From::end : From::begin;
+    if (const int error = icawave::system::seek(m_descriptor, offset, base, m_position)) raise(error);
     m_next = m_filled = 0;
-    return m_position = position;
+    return m_position;
 }
 
 std::int64_t CFile::GetPosition() const {
@@ -134,16 +129,16 @@ std::int64_t CFile::GetPosition() const {
 }
 
 std::int64_t CFile::GetLength() const {
-    struct stat status;
-    if (::fstat(m_descriptor, &status) != 0) raise(errno);
-    return std::max<std::int64_t>(status.st_size, m_writing ? m_position + m_next : 0);
+    icawave::system::Status status;
+    if (const int error = icawave::system::statusOf(m_descriptor, status)) raise(error);
+    return std::max<std::int64_t>(status.size, m_writing ? m_position + m_next : 0);
 }
 
 void CFile::Close() {
     if (m_descriptor < 0) return;
     const auto release = [this] {
         releaseReserved();
-        return ::close(std::exchange(m_descriptor, -1));
+        return icawave::system::close(std::exchange(m_descriptor, -1));
     };
     try {
         CFile::Flush();
@@ -151,7 +146,7 @@ void CFile::Close() {
         release();
         throw;
     }
-    if (release() != 0 && errno != EINTR) raise(errno);
+    if (const int error = release()) raise(error);
 }
 
 void CFile::raise(int systemError) const {
@@ -159,26 +154,20 @@ void CFile::raise(int systemError) const {
 }
 
 std::int64_t CFile::readSome(void* buffer, std::int64_t count) {
-    ssize_t got;
-    do {
-        got = ::read(m_descriptor, buffer, static_cast<std::size_t>(std::min(count, largestTransfer)));
-    } while (got < 0 && errno == EINTR);
-    if (got < 0) raise(errno);
+    const auto [got, error] = icawave::system::read(m_descriptor, buffer, count);
+    if (error != 0) raise(error);
     m_position += got;
     return got;
 }
 
 void CFile::writeAll(const std::byte* bytes, std::int64_t count) {
     if (m_reserved >= 0 && m_position >= bufferSize && m_position + count > m_reserved) {
-        const bool done =
-            ::fallocate(m_descriptor, FALLOC_FL_KEEP_SIZE, m_position, std::max(count, reservedStep)) == 0;
-        m_reserved = done ? m_position + std::max(count, reservedStep) : -1; // not every file system can
+        const std::int64_t step = std::max(count, reservedStep);
+        m_reserved = icawave::system::reserve(m_descriptor, m_position, step) == 0 ? m_position + step : -1;
     }
     while (count > 0) {
-        const ssize_t put =
-            ::write(m_descriptor, bytes, static_cast<std::size_t>(std::min(count, largestTransfer)));
-        if (put < 0 && errno == EINTR) continue;
-        if (put < 0) raise(errno);
+        const auto [put, error] = icawave::system::write(m_descriptor, bytes, count);
+        if (error != 0) raise(error);
         m_position += put;
         bytes += put;
         count -= put;
@@ -187,9 +176,7 @@ void CFile::writeAll(const std::byte* bytes, std::int64_t count) {
 
 // From here on nothing is reserved: the place of the next byte is no longer known.
 void CFile::releaseReserved() noexcept {
-    struct stat status;
-    if (std::exchange(m_reserved, -1) <= 0 || ::fstat(m_descriptor, &status) != 0) return;
-    [[maybe_unused]] const int result = ::ftruncate(m_descriptor, status.st_size);
+    if (std::exchange(m_reserved, -1) > 0) icawave::system::releaseReserved(m_descriptor);
 }
 
 void CFile::allocateBuffer() {

@@ -2,13 +2,11 @@
 #include "persist/packagefile/PackageFileParts.h"
 
 #include "platform/Alloc.h"
+#include "system/System.h"
 
 #include <atomic>
 #include <cerrno>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace icawave {
 
@@ -45,20 +43,21 @@ AtomicFile::~AtomicFile() {
 }
 
 AtomicFile::Temporary::~Temporary() {
-    if (descriptor >= 0) ::close(descriptor);
-    if (!name.empty()) ::unlink(name.c_str());
+    if (descriptor >= 0) system::close(descriptor);
+    if (!name.empty()) system::remove(name.c_str());
 }
 
 void AtomicFile::prepare() {
     const std::string name = systemPath(m_path);
-    struct stat status;
-    const bool exists = ::stat(name.c_str(), &status) == 0;
-    if (!exists && errno != ENOENT) fail(errno);
-    if (exists && S_ISDIR(status.st_mode)) fail(EISDIR);
-    if (exists && ::access(name.c_str(), W_OK) != 0) fail(errno);
+    system::Status status;
+    const int found = system::statusOf(name.c_str(), status);
+    const bool exists = found == 0;
+    if (!exists && found != ENOENT) fail(found);
+    if (status.isFolder) fail(EISDIR);
+    if (const int error = exists ? system::requireWritable(name.c_str()) : 0) fail(error);
     requireExpected();
-    if (!exists || S_ISREG(status.st_mode)) {
-        if (exists) m_permissions = status.st_mode & 07777;
+    if (!exists || status.isRegular) {
+        if (exists) m_permissions = status.permissions;
         m_target = followLinks(name).string();
         createTemporary(folderOf(m_target), exists ? 0600 : 0666);
     }
@@ -71,15 +70,13 @@ void AtomicFile::prepare() {
 // The system takes from the permissions what the process withholds from new files.
 void AtomicFile::createTemporary(const std::string& folder, std::uint32_t permissions) {
     static std::atomic<std::uint32_t> next = 0;
-    int descriptor = -1;
+    int error = EEXIST;
     std::string name;
-    for (int k = 0; k < mostNames && descriptor < 0; ++k) {
-        name = folder + "/.icawave-" + std::to_string(::getpid()) + "-" + std::to_string(next++);
-        descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions);
-        if (descriptor < 0 && errno != EEXIST) break;
+    for (int k = 0; k < mostNames && error == EEXIST; ++k) {
+        name = folder + "/.icawave-" + std::to_string(system::processNumber()) + "-" + std::to_string(next++);
+        error = system::open(name.c_str(), system::Open::createNew, m_temporary.descriptor, permissions);
     }
-    if (descriptor < 0) fail(errno);
-    m_temporary.descriptor = descriptor;
+    if (error != 0) fail(error);
     m_temporary.name = std::move(name);
 }
 
@@ -96,16 +93,21 @@ void AtomicFile::commit() {
 
 void AtomicFile::finish() {
     const int descriptor = m_temporary.descriptor;
-    if (m_permissions && ::fchmod(descriptor, *m_permissions) != 0) fail(errno);
-    if (::fsync(descriptor) != 0) fail(errno);
-    const Descriptor folder(::open(folderOf(m_target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.get() < 0) fail(errno);
+    const auto require = [this](int error) {
+        if (error != 0) fail(error);
+    };
+    if (m_permissions) require(system::setPermissions(descriptor, *m_permissions));
+    require(system::sync(descriptor));
+    int opened = -1;
+    require(system::open(folderOf(m_target).c_str(), system::Open::folder, opened));
+    const system::Handle folder(opened);
     requireExpected();
-    if (::rename(m_temporary.name.c_str(), m_target.c_str()) != 0) fail(errno);
+    require(system::renameOver(m_temporary.name.c_str(), m_target.c_str()));
     m_temporary.name.clear();
-    const bool synced = ::fsync(folder.get()) == 0 || errno == EINVAL; // some file systems need no such thing
-    if (!synced)
-        throw FileError(m_path, "is saved, but its folder cannot be synchronised: " + systemText(errno));
+    const int error = system::sync(folder.get());
+    if (error != 0 && error != EINVAL) // some file systems need no such thing
+        throw FileError(m_path,
+                        "is saved, but its folder cannot be synchronised: " + system::errorText(error));
 }
 
 void AtomicFile::requireExpected() const {
@@ -118,7 +120,7 @@ void AtomicFile::requireExpected() const {
 }
 
 void AtomicFile::fail(int systemError) const {
-    throw FileError(m_path, "cannot be written: " + systemText(systemError));
+    throw FileError(m_path, "cannot be written: " + system::errorText(systemError));
 }
 
 } // namespace icawave

@@ -4,30 +4,23 @@
 #include <icawave/platform/FrontEnd.h>
 
 #include "persist/packagefile/Crc32c.h"
+#include "system/System.h"
 
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <system_error>
-#include <unistd.h>
 
 namespace icawave {
 
 namespace {
 
-// One system call moves at most 2^31 - 4096 bytes.
-constexpr std::int64_t largestTransfer = std::int64_t{1} << 30;
-
-FileState stateOf(const struct stat& status) {
-    return {status.st_dev, status.st_ino, status.st_size,
-            status.st_mtim.tv_sec * std::int64_t{1'000'000'000} + status.st_mtim.tv_nsec};
+FileState stateOf(const system::Status& status) {
+    return {status.device, status.inode, status.size, status.modified};
 }
 
-// A pipe must not keep its reader waiting.
 int openForReading(const CString& path, const std::string& name) {
-    const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) throw FileError(path, systemText(errno));
-    return descriptor;
+    int file = -1;
+    if (const int error = system::open(name.c_str(), system::Open::readAtOnce, file))
+        throw FileError(path, system::errorText(error));
+    return file;
 }
 
 // Keeps what a record shows instead of showing it.
@@ -59,32 +52,26 @@ const char* FileError::what() const noexcept {
     return m_text.what();
 }
 
-Descriptor::~Descriptor() {
-    if (m_value >= 0) ::close(m_value);
-}
-
 std::string systemPath(const CString& path) {
     std::string name = path.utf8();
     if (name.find('\0') != std::string::npos) throw FileError(path, "not a path");
     return name;
 }
 
-std::string systemText(int error) {
-    return std::system_category().message(error);
-}
-
 std::optional<FileState> FileState::of(const CString& path) {
-    struct stat status;
-    if (::stat(systemPath(path).c_str(), &status) == 0) return stateOf(status);
-    if (errno != ENOENT) throw FileError(path, systemText(errno));
-    return std::nullopt;
+    system::Status status;
+    const int error = system::statusOf(systemPath(path).c_str(), status);
+    if (error == ENOENT) return std::nullopt;
+    if (error != 0) throw FileError(path, system::errorText(error));
+    return stateOf(status);
 }
 
 InputFile::InputFile(const CString& path, const std::string& name, std::function<void(std::int64_t)> whenRead)
-    : m_path(path), m_descriptor(openForReading(path, name)), m_whenRead(std::move(whenRead)) {
-    struct stat status;
-    if (::fstat(m_descriptor.get(), &status) != 0) throw FileError(path, systemText(errno));
-    if (!S_ISREG(status.st_mode)) throw FileError(path, "not a regular file");
+    : m_path(path), m_file(openForReading(path, name)), m_whenRead(std::move(whenRead)) {
+    system::Status status;
+    if (const int error = system::statusOf(m_file.get(), status))
+        throw FileError(path, system::errorText(error));
+    if (!status.isRegular) throw FileError(path, "not a regular file");
     m_state = stateOf(status);
 }
 
@@ -92,10 +79,8 @@ std::int64_t InputFile::readAt(std::int64_t offset, void* bytes, std::int64_t co
     auto* to = static_cast<std::byte*>(bytes);
     std::int64_t done = 0;
     while (done < count) {
-        const auto piece = static_cast<std::size_t>(std::min(count - done, largestTransfer));
-        const ssize_t got = ::pread(m_descriptor.get(), to + done, piece, offset + done);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) throw FileError(m_path, "cannot be read: " + systemText(errno));
+        const auto [got, error] = system::readAt(m_file.get(), offset + done, to + done, count - done);
+        if (error != 0) throw FileError(m_path, "cannot be read: " + system::errorText(error));
         if (got == 0) break;
         done += got;
     }

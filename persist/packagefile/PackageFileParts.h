@@ -4,9 +4,10 @@
 
 #include <icawave/PackageFile.h>
 
+#include "system/System.h"
+
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <utility>
 
 namespace icawave {
@@ -19,21 +20,7 @@ inline constexpr std::int64_t slotFlagBytes = 4;
 inline constexpr const char* packageKeyword = "FACEICA";
 inline constexpr std::int32_t packageVersion = 20161108;
 
-class Descriptor {
-public:
-    explicit Descriptor(int value) noexcept : m_value(value) {}
-    ~Descriptor();
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int get() const noexcept { return m_value; }
-
-private:
-    int m_value;
-};
-
 std::string systemPath(const CString& path); // FileError when the system would see another one
-std::string systemText(int error);
 
 // A file that is read at any place. What the system refuses is FileError.
 class InputFile {
@@ -54,7 +41,7 @@ public:
 
 private:
     CString m_path;
-    Descriptor m_descriptor;
+    system::Handle m_file;
     FileState m_state;
     std::function<void(std::int64_t)> m_whenRead;
     mutable std::int64_t m_bytesRead = 0;
