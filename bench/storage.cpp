@@ -208,6 +208,7 @@ void listOfTenGigabytes(benchmark::State& state) {
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
+    icawave::keepMemory(256 << 20); // as the project's own programs do
     for (const bench::Workload& size : bench::workloads) {
         const auto beside = [&size](const char* name,
                                     void (*operation)(benchmark::State&, const bench::Workload&)) {

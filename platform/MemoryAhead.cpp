@@ -1,28 +1,31 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "platform/MemoryAhead.h"
 
+#include <icawave/platform/Memory.h>
+
+#include "system/System.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <sys/mman.h>
 
 namespace icawave {
-
-#if defined(__GLIBC__) && defined(MADV_POPULATE_WRITE)
 
 namespace {
 
 constexpr std::size_t pieceBytes = 64 * 1024; // below what malloc asks the system for by itself
-constexpr std::size_t mostPieces = 4096;
-constexpr std::uintptr_t pageBytes = 4096;
-
+constexpr std::size_t maxPieces = 4096;
 constexpr std::int64_t worthPreparing = 256 * 1024;
 
-// The highest piece of what was prepared, as long as the library is loaded.
+std::atomic<std::int64_t> keptBytes = 0;
+
+// The highest piece of what was prepared: the heap does not shrink below it.
 struct HeldPiece {
-    ~HeldPiece() { std::free(reinterpret_cast<void*>(address.load())); }
+    ~HeldPiece() { release(); }
+    void release() noexcept { std::free(reinterpret_cast<void*>(address.exchange(0))); }
     // Keeps the higher one of the two and frees the other.
     void replace(std::uintptr_t piece) noexcept {
         std::uintptr_t held = address.load();
@@ -33,40 +36,39 @@ struct HeldPiece {
     std::atomic<std::uintptr_t> address = 0;
 } heldPiece;
 
-bool isThere(std::uintptr_t piece) noexcept {
-    unsigned char pages = 0;
-    void* const middle = reinterpret_cast<void*>((piece + pieceBytes / 2) & ~(pageBytes - 1));
-    return ::mincore(middle, pageBytes, &pages) == 0 && (pages & 1) != 0;
-}
-
-void populate(std::uintptr_t begin, std::uintptr_t end) noexcept {
-    begin &= ~(pageBytes - 1);
-    void* const pages = reinterpret_cast<void*>(begin);
-    ::madvise(pages, end - begin, MADV_HUGEPAGE);
-    ::madvise(pages, end - begin, MADV_POPULATE_WRITE); // either may fail: pages come when they are touched
-}
-
 } // namespace
 
+void keepMemory(std::int64_t bytes) noexcept {
+    keptBytes = std::max<std::int64_t>(bytes, 0);
+    if (bytes <= 0) giveMemoryBack();
+}
+
+void giveMemoryBack() noexcept {
+    heldPiece.release();
+    system::giveBackFreeMemory();
+}
+
+#ifdef __GLIBC__
+
 void prepareMemory(std::int64_t bytes) noexcept {
+    bytes = std::min<std::int64_t>(bytes, keptBytes);
     if (bytes < worthPreparing) return;
-    std::array<void*, mostPieces> pieces;
-    const std::size_t wanted = std::min(static_cast<std::size_t>(bytes) / pieceBytes + 1, mostPieces);
+    std::array<std::byte*, maxPieces> pieces;
+    const std::size_t wanted = std::min(static_cast<std::size_t>(bytes) / pieceBytes + 1, maxPieces);
     std::size_t count = 0;
-    while (count < wanted && (pieces[count] = std::malloc(pieceBytes))) ++count;
+    while (count < wanted && (pieces[count] = static_cast<std::byte*>(std::malloc(pieceBytes)))) ++count;
     if (count == 0) return;
-    std::sort(pieces.begin(), pieces.begin() + count);
-    std::uintptr_t begin = 0, end = 0; // of pieces side by side that are not there yet
+    std::sort(pieces.begin(), pieces.begin() + count, std::less<>());
+    std::byte *begin = nullptr, *end = nullptr; // of pieces side by side that are not there yet
     for (std::size_t k = 0; k < count; ++k) {
-        const auto address = reinterpret_cast<std::uintptr_t>(pieces[k]);
-        if (isThere(address)) continue;
-        if (address - end > pageBytes) {
-            if (end) populate(begin, end);
-            begin = address;
+        if (system::isProvided(pieces[k] + pieceBytes / 2)) continue;
+        if (!end || static_cast<std::size_t>(pieces[k] - end) > system::pageBytes) {
+            if (end) system::provide(begin, end);
+            begin = pieces[k];
         }
-        end = address + pieceBytes;
+        end = pieces[k] + pieceBytes;
     }
-    if (end) populate(begin, end);
+    if (end) system::provide(begin, end);
     for (std::size_t k = 0; k + 1 < count; ++k) std::free(pieces[k]);
     heldPiece.replace(reinterpret_cast<std::uintptr_t>(pieces[count - 1]));
 }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "tests/Support.h"
 
+#include <fstream>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -92,6 +94,37 @@ TEST(FullDisk, IsAnExceptionFromTheOutermostFlushOrCloseOnce) {
         forgotten.Write("abc", 3);
     }
     EXPECT_EQ(ui.messages.size(), 1u) << "a destructor cannot raise it";
+}
+
+// Bytes of this process that are in memory.
+std::int64_t residentBytes() {
+    std::int64_t all = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return resident * ::sysconf(_SC_PAGESIZE);
+}
+
+// What is not kept may lie in the C library's own lists for a while, which is not ours to test.
+TEST(Memory, IsKeptForTheNextLoadUntilItIsGivenBack) {
+#ifdef ICAWAVE_SANITIZED
+    GTEST_SKIP() << "the sanitizer's allocator keeps what it likes";
+#endif
+    constexpr std::int64_t much = 48 << 20, little = 12 << 20;
+    test::Bytes bytes;
+    {
+        CFaceIcazq package;
+        for (int k = 0; k < 50; ++k) package.checkInitIca4ID(64, 2'000, 0, true);
+        bytes = test::stored(package);
+    }
+    ASSERT_GT(std::ssize(bytes), much);
+    icawave::giveMemoryBack();
+    const std::int64_t before = residentBytes();
+    for (const bool atOnce : {false, true}) {
+        icawave::keepMemory(256 << 20);
+        EXPECT_EQ(test::load(*std::make_unique<CFaceIcazq>(), bytes).result, 1);
+        EXPECT_GT(residentBytes() - before, much - little);
+        atOnce ? icawave::keepMemory(0) : icawave::giveMemoryBack();
+        EXPECT_LT(residentBytes() - before, little);
+    }
 }
 
 TEST(Modules, AreSearchedFromTheNewestToTheOldestWhileTheyAreLinked) {

@@ -5,6 +5,8 @@
 #include "apps/cli/Progress.h"
 #include "apps/cli/Text.h"
 
+#include <icawave/platform/Memory.h>
+
 #include <csignal>
 #include <iostream>
 #include <numeric>
@@ -62,6 +64,7 @@ void run(int argc, char** argv) {
 int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_DFL); // a reader that went away ends the command, silently, whoever started it
     std::ios::sync_with_stdio(false);
+    icawave::keepMemory(256 << 20); // for the next file of several
     wipeProgressBefore(std::cout);
     const int status = attempt([&] { run(argc, argv); });
     const int written = attempt([] {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // icawave_manager PACKAGE [PICTURE.png]: shows the manager of a package file, its current data set selected,
 // or writes a picture of it.
+#include <icawave/platform/Memory.h>
 #include <icawave/qt/QtFrontEnd.h>
 
 #include "apps/manager/ManagerWindow.h"
@@ -36,6 +37,7 @@ int draw(const char* path, const char* picture) {
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
+    icawave::keepMemory(256 << 20); // for the next .icd file
     if (argc < 2 || argc > 3) {
         std::fprintf(stderr, "usage: icawave_manager PACKAGE [PICTURE.png]\n");
         return 2;

@@ -11,7 +11,9 @@
 // - MMatrix.h: CMMatrix1Dzq and CMMatrix2Dzq, vectors and matrices of doubles
 // - PackageFile.h: PackageFile, a package on disk: its list, single data sets, check, salvage, atomic save
 // - IcaWaveManager.h: CDlgIcaWaveManager, the dialog that a user manages a package in
-// - platform/: strings, arrays, exceptions, files, the archive, messages, windows, front ends, modules
+// - platform/: strings, arrays, exceptions, files, the archive, messages, windows, front ends, modules,
+// memory kept
+//   for the next load
 //
 // Everything runs on one thread, the host's user-interface thread. Buffers of doubles come from new double[]
 // and have one owner each, named beside the pointer. Bad values in files are told by messages and results,
@@ -31,6 +33,7 @@
 #include <icawave/platform/Exception.h>
 #include <icawave/platform/File.h>
 #include <icawave/platform/FrontEnd.h>
+#include <icawave/platform/Memory.h>
 #include <icawave/platform/Message.h>
 #include <icawave/platform/Module.h>
 #include <icawave/platform/ScriptedFrontEnd.h>
