@@ -57,15 +57,12 @@ private:
 // Counts the library's messages.
 class Messages : public icawave::UiFrontEnd {
 public:
-    Messages() : m_previous(setUiFrontEnd(this)) {}
-    ~Messages() override { setUiFrontEnd(m_previous); }
-
     void messageBox(const CString&) override { ++count; }
 
     std::int64_t count = 0;
 
 private:
-    icawave::UiFrontEnd* m_previous;
+    icawave::InstalledFrontEnd m_installed{*this};
 };
 
 // The bytes in a heap block of exactly their size, so that the address sanitizer sees a read past their end.

@@ -69,7 +69,6 @@ bool mayWrite(const FileDialogRequest& request, const CString& chosen) {
 
 QtFrontEnd::~QtFrontEnd() {
     DialogPeer::releaseAll(*this);
-    setUiFrontEnd(m_previous);
 }
 
 void QtFrontEnd::messageBox(const CString& text) {

@@ -19,9 +19,6 @@ namespace icawave::cli {
 // are kept.
 class Messages : public UiFrontEnd {
 public:
-    Messages() : m_previous(setUiFrontEnd(this)) {}
-    ~Messages() override { setUiFrontEnd(m_previous); }
-
     void messageBox(const CString& text) override {
         if (count++ == 0) first = text;
     }
@@ -30,7 +27,7 @@ public:
     std::int64_t count = 0;
 
 private:
-    UiFrontEnd* m_previous;
+    InstalledFrontEnd m_installed{*this};
 };
 
 // All that the library's own loaders take from a file, which keep what they can of a damaged one.

@@ -26,9 +26,6 @@ int openForReading(const CString& path, const std::string& name) {
 // Keeps what a record shows instead of showing it.
 class FirstMessage : public UiFrontEnd {
 public:
-    FirstMessage() : m_previous(setUiFrontEnd(this)) {}
-    ~FirstMessage() override { setUiFrontEnd(m_previous); }
-
     void messageBox(const CString& message) override {
         if (!text) text = message;
     }
@@ -36,7 +33,7 @@ public:
     std::optional<CString> text;
 
 private:
-    UiFrontEnd* m_previous;
+    InstalledFrontEnd m_installed{*this};
 };
 
 // What is allowed beyond the file's bytes serves records that are cut short. A complete one needs none of it,

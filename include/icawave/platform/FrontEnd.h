@@ -82,4 +82,17 @@ ICAWAVE_EXPORT UiFrontEnd* setUiFrontEnd(UiFrontEnd* frontEnd);
 // The installed one, or the base class's behaviour.
 ICAWAVE_EXPORT UiFrontEnd& uiFrontEnd();
 
+// Keeps a front end installed while it lives, then installs the one before it again; destroyed in reverse
+// order. A front end that has one as its last member is installed from its construction to its destruction.
+class InstalledFrontEnd {
+public:
+    explicit InstalledFrontEnd(UiFrontEnd& frontEnd) : m_previous(setUiFrontEnd(&frontEnd)) {}
+    ~InstalledFrontEnd() { setUiFrontEnd(m_previous); }
+    InstalledFrontEnd(const InstalledFrontEnd&) = delete;
+    InstalledFrontEnd& operator=(const InstalledFrontEnd&) = delete;
+
+private:
+    UiFrontEnd* m_previous; // not owned; null: none
+};
+
 } // namespace icawave

@@ -25,9 +25,6 @@ namespace icawave {
 
 class ICAWAVE_EXPORT ScriptedFrontEnd : public UiFrontEnd {
 public:
-    ScriptedFrontEnd() : m_previous(setUiFrontEnd(this)) {}
-    ~ScriptedFrontEnd() override { setUiFrontEnd(m_previous); }
-
     // What the user was asked, oldest first.
     std::vector<CString> messages;
     std::vector<FileDialogRequest> fileDialogs;
@@ -52,7 +49,7 @@ public:
     void endWaitCursor() override { --waitDepth; }
 
 private:
-    UiFrontEnd* m_previous;
+    InstalledFrontEnd m_installed{*this};
 };
 
 // A window as text: its title, controls, columns, rows and states, one line each, without places. The same

@@ -24,7 +24,6 @@ namespace icawave::qt {
 // While there is no QApplication it behaves as if no front end were installed.
 class ICAWAVE_EXPORT QtFrontEnd : public UiFrontEnd {
 public:
-    QtFrontEnd() : m_previous(setUiFrontEnd(this)) {}
     // Brings the front end before it back. The widgets of the dialogs it showed are destroyed, the dialogs
     // themselves go on without.
     ~QtFrontEnd() override;
@@ -38,7 +37,7 @@ public:
     std::unique_ptr<WindowPeer> createPeer(CWnd& dialog) override;
 
 private:
-    UiFrontEnd* m_previous;
+    InstalledFrontEnd m_installed{*this};
 };
 
 // A host's widget as a window of the library: repainted when it is invalidated, visible while the widget is,
