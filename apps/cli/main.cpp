@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // icawave: the command line. Every command either does all of its work or ends with one line on stderr.
+#include <icawave/Version.h>
+
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Progress.h"
@@ -47,7 +49,7 @@ void requireCommand(const CLI::App& app, const std::string& word) {
 
 void run(int argc, char** argv) {
     CLI::App app("Inspects, converts and stores component analyses of MEG and EEG recordings.", "icawave");
-    app.set_version_flag("--version", "icawave " ICAWAVE_VERSION);
+    app.set_version_flag("--version", std::string("icawave ") + libraryVersion());
     app.footer(statuses);
     app.require_subcommand(1);
     for (const auto add : allCommands) add(app);

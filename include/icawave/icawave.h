@@ -11,9 +11,8 @@
 // - MMatrix.h: CMMatrix1Dzq and CMMatrix2Dzq, vectors and matrices of doubles
 // - PackageFile.h: PackageFile, a package on disk: its list, single data sets, check, salvage, atomic save
 // - IcaWaveManager.h: CDlgIcaWaveManager, the dialog that a user manages a package in
-// - platform/: strings, arrays, exceptions, files, the archive, messages, windows, front ends, modules,
-// memory kept
-//   for the next load
+// - Version.h: the version, of the headers and of the library that runs
+// - platform/: strings, arrays, exceptions, files, the archive, messages, windows, front ends, modules, kept memory
 //
 // Everything runs on one thread, the host's user-interface thread. Buffers of doubles come from new double[]
 // and have one owner each, named beside the pointer. Bad values in files are told by messages and results,
@@ -28,6 +27,7 @@
 #include <icawave/MMatrix.h>
 #include <icawave/PackageFile.h>
 #include <icawave/TrialIcaData.h>
+#include <icawave/Version.h>
 #include <icawave/platform/Archive.h>
 #include <icawave/platform/Array.h>
 #include <icawave/platform/Exception.h>
