@@ -1,8 +1,19 @@
 # SPDX-License-Identifier: BSD-3-Clause
-option(ICAWAVE_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+include(CMakeDependentOption)
+
+if(PROJECT_IS_TOP_LEVEL)
+  option(BUILD_SHARED_LIBS "Build dynamic libraries" ON) # else as the surrounding project decides
+  set(with_qt AUTO)
+else()
+  set(with_qt OFF)
+endif()
+option(ICAWAVE_CLI "Build the command line and the example host" ${PROJECT_IS_TOP_LEVEL})
+set(ICAWAVE_QT ${with_qt} CACHE STRING "Build the Qt front end and the wave manager: ON, OFF, or AUTO where Qt 6.4 is found")
+set_property(CACHE ICAWAVE_QT PROPERTY STRINGS AUTO ON OFF)
+cmake_dependent_option(ICAWAVE_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL} ICAWAVE_CLI OFF)
 option(ICAWAVE_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(ICAWAVE_FUZZ "Build the fuzz targets for libFuzzer, with the sanitizers" OFF)
-option(ICAWAVE_BENCH "Build the benchmarks" OFF)
+cmake_dependent_option(ICAWAVE_BENCH "Build the benchmarks" OFF ICAWAVE_CLI OFF)
 option(ICAWAVE_BASELINE "Choose no wider registers for passes than the architecture's baseline has" OFF)
 option(ICAWAVE_WERROR "Treat warnings as errors" OFF)
 

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <icawave/platform/Module.h>
 
+#include "platform/LibraryModule.h"
+
 #include <string_view>
 
 namespace {
+
+// Whoever searches modules links the library's own along, out of a static library too.
+[[gnu::used]] AFX_EXTENSION_MODULE* const takenAlong = &icawave::libraryModule;
 
 CDynLinkLibrary* newest = nullptr;
 

@@ -1,25 +1,25 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What happens when the operating system loads and unloads the dynamic library. Nothing else is created
-// before a host calls.
-#include <icawave/platform/Module.h>
-
+// What happens when the operating system loads and unloads the dynamic library, or a program that it is
+// linked into. Nothing else is created before a host calls.
+#include "platform/LibraryModule.h"
 #include "ui/Resources.h"
 
 #include <optional>
 
-namespace {
+constinit AFX_EXTENSION_MODULE icawave::libraryModule{"icawave", {}};
 
-constinit AFX_EXTENSION_MODULE module{"icawave", {}};
-constinit std::optional<CDynLinkLibrary> link;
+using icawave::libraryModule;
 
-} // namespace
+static constinit std::optional<CDynLinkLibrary> link;
 
-[[gnu::constructor]] static void attachLibrary() {
-    module.resources = icawave::libraryResources();
-    if (AfxInitExtensionModule(module)) link.emplace(module); // else its resources are not found
+// Before the host's own static objects, whose modules are then the newer ones, and gone after them.
+[[gnu::constructor(101)]] static void attachLibrary() {
+    libraryModule.resources = icawave::libraryResources();
+    if (AfxInitExtensionModule(libraryModule))
+        link.emplace(libraryModule); // else its resources are not found
 }
 
-[[gnu::destructor]] static void detachLibrary() {
+[[gnu::destructor(101)]] static void detachLibrary() {
     link.reset();
-    AfxTermExtensionModule(module);
+    AfxTermExtensionModule(libraryModule);
 }

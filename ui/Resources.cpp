@@ -43,7 +43,7 @@ constexpr MenuItemTemplate listItems[] = {
 constexpr MenuItemTemplate listMenuItems[] = {{0, u"VIRTSNSMENU", listItems}};
 constexpr MenuTemplate listMenu = {listMenuItems};
 
-const Resource resources[] = {
+constinit const Resource resources[] = {
     {ResourceKind::dialog, dialogManager, &manager}, {ResourceKind::menu, menuBarManager, &menuBar},
     {ResourceKind::menu, menuList, &listMenu},       {ResourceKind::icon, iconShown, &shownIcon},
     {ResourceKind::icon, iconHidden, &hiddenIcon},   {ResourceKind::icon, iconDialog, &wavesIcon},
