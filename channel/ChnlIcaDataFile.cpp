@@ -13,18 +13,14 @@
 #include <icawave/ChnlIcaData.h>
 
 #include "persist/archive/Exchange.h"
+#include "persist/archive/RecordFacts.h"
 #include "persist/archive/Storable.h"
 
+using icawave::ChannelRecord;
 using icawave::exchange;
+using icawave::ItemRecord;
 
 namespace {
-
-constexpr std::int32_t channelVersion20180619 = 20180619;
-constexpr std::int32_t channelVersion20161108 = 20161108;
-constexpr std::int32_t itemVersion20180620 = 20180620;
-
-// The least that one item takes in a file: a narrow keyword, an empty narrow name, no block.
-constexpr std::int64_t smallestItemRecord = 14 + 4 + 12 + 1 + 40 + 8 + 8 + 4 + 8 + 4;
 
 constexpr const char* shortValues = "Read Ica data error!?";
 constexpr const char* shortBackup = "Read back up data error!?";
@@ -53,17 +49,17 @@ bool icawave::isStorable(const CChnlIcaData& channel) {
 }
 
 std::int32_t CChnlIcaData09File::serialize(CArchive& archive) {
-    static const CString keyword = u"WAVEICADATA";
-    const CArchive::Record record(archive, "WAVEICADATA");
+    static const CString keyword = ChannelRecord::keyword;
+    const CArchive::Record record(archive, ChannelRecord::keyword);
     if (archive.IsStoring() && record.isOutermost())
         icawave::requireStorable(archive, icawave::isStorable(*this));
     const auto version =
-        icawave::exchangeFrame(archive, keyword, channelVersion20180619, "Unknown MMatrix1D file!");
+        icawave::exchangeFrame(archive, keyword, ChannelRecord::version20180619, "Unknown MMatrix1D file!");
     if (!version) return 0;
     switch (*version) {
-    case channelVersion20180619:
+    case ChannelRecord::version20180619:
         return icawave::finishRecord(archive, serialize20180619(archive));
-    case channelVersion20161108:
+    case ChannelRecord::version20161108:
         return serialize20161108(archive);
     default:
         return archive.reject("MMatrix1D format error!");
@@ -100,7 +96,7 @@ std::int32_t CChnlIcaData09File::exchangeItems(CArchive& archive) {
     exchange(archive, flag);
     if (flag == 0 || m_projectCount < 1) return 1;
     if (archive.IsLoading()) {
-        if (icawave::isGranted(archive, m_projectCount, sizeof(CIcProjectData), smallestItemRecord))
+        if (icawave::isGranted(archive, m_projectCount, sizeof(CIcProjectData), ItemRecord::smallest))
             m_projectData = icawave::newArray<CIcProjectData>(m_projectCount);
         if (!m_projectData) {
             archive.noteFault("not enough memory for the projection items");
@@ -117,14 +113,14 @@ void CChnlIcaData09File::releaseBuffers() {
 }
 
 std::int32_t CIcProjectData::serialize(CArchive& archive) {
-    static const CString keyword = u"ICPROJECTDATA";
-    const CArchive::Record record(archive, "ICPROJECTDATA");
+    static const CString keyword = ItemRecord::keyword;
+    const CArchive::Record record(archive, ItemRecord::keyword);
     if (archive.IsStoring() && record.isOutermost())
         icawave::requireStorable(archive, hasStorableBuffers(*this));
     const auto version =
-        icawave::exchangeFrame(archive, keyword, itemVersion20180620, "Unknown MMatrix1D file!");
+        icawave::exchangeFrame(archive, keyword, ItemRecord::version20180620, "Unknown MMatrix1D file!");
     if (!version) return 0;
-    if (*version != itemVersion20180620) return archive.reject("IC Project Data format error!");
+    if (*version != ItemRecord::version20180620) return archive.reject("IC Project Data format error!");
     return icawave::finishRecord(archive, serialize20180620(archive));
 }
 

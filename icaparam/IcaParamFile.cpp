@@ -5,23 +5,19 @@
 #include <icawave/IcaParam.h>
 
 #include "persist/archive/Exchange.h"
+#include "persist/archive/RecordFacts.h"
 
 #include <algorithm>
 
 using icawave::exchange;
-
-namespace {
-
-constexpr std::int32_t version20180629 = 20180629;
-
-} // namespace
+using Facts = icawave::ParametersRecord;
 
 std::int32_t CIcaParam09File::serialize(CArchive& archive) {
-    const CArchive::Record record(archive, "ICAPARAMETERS");
-    const auto version = icawave::exchangeFrame(archive, "ICAPARAMETERS", version20180629,
+    const CArchive::Record record(archive, Facts::keyword);
+    const auto version = icawave::exchangeFrame(archive, Facts::keyword, Facts::version20180629,
                                                 "The opened file is not CIcaData09File or corrupted!");
     if (!version) return 0;
-    if (*version != version20180629) return archive.reject("ICA parameter data format error!");
+    if (*version != Facts::version20180629) return archive.reject("ICA parameter data format error!");
     return icawave::finishRecord(archive, serialize20180629(archive));
 }
 

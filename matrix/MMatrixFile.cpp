@@ -4,20 +4,17 @@
 #include <icawave/MMatrix.h>
 
 #include "persist/archive/Exchange.h"
+#include "persist/archive/RecordFacts.h"
 
-namespace {
-
-constexpr std::int32_t version20261122 = 20261122;
-
-} // namespace
+using Facts = icawave::MatrixRecord;
 
 std::int32_t CMMatrix2D09File::serialize(CArchive& archive) {
-    const CArchive::Record record(archive, "MMATRIX2D");
+    const CArchive::Record record(archive, Facts::keyword);
     if (archive.IsLoading()) cleanMatrixData();
     const auto version =
-        icawave::exchangeFrame(archive, "MMATRIX2D", version20261122, "Unknown MMatrix2D file!");
+        icawave::exchangeFrame(archive, Facts::keyword, Facts::version20261122, "Unknown MMatrix2D file!");
     if (!version) return 0;
-    if (*version != version20261122) return archive.reject("MMatrix2D format error!");
+    if (*version != Facts::version20261122) return archive.reject("MMatrix2D format error!");
     return icawave::finishRecord(archive, serialize20261122(archive));
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "apps/cli/Load.h"
 
+#include "persist/archive/RecordFacts.h"
+
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -9,8 +11,6 @@ namespace icawave::cli {
 
 namespace {
 
-constexpr const char* packageKeyword = "FACEICA";
-constexpr const char* dataSetKeyword = "TRIALICADATA";
 constexpr const char* neitherKind = "neither a package nor a data set file";
 
 // Opening a package without an index loads, searches and checks all of it.
@@ -80,8 +80,8 @@ void requireNone(const std::string& path, const std::vector<ArchiveFault>& fault
 WholeFile::WholeFile(const std::string& path) {
     try {
         const CString keyword = firstText(path);
-        isPackage = keyword == packageKeyword;
-        if (!isPackage && keyword != dataSetKeyword) throw Failure(path, neitherKind);
+        isPackage = keyword == PackageRecord::keyword;
+        if (!isPackage && keyword != DataSetRecord::keyword) throw Failure(path, neitherKind);
         InputFile file(path);
         bytes = file.GetLength();
         CArchive archive(&file, CArchive::load);
@@ -116,7 +116,7 @@ void WholeFile::load(CArchive& archive) {
 
 Input::Input(const std::string& path, int readings) : m_path(path), m_progress("reading " + path, 0) {
     const CString keyword = firstText(path);
-    if (keyword == dataSetKeyword) {
+    if (keyword == DataSetRecord::keyword) {
         m_single.emplace(path);
         const CTrialIcaDatazq& d = *m_single->package.getIcaData(0);
         PackageEntry& row = m_row.emplace_back();
@@ -136,7 +136,7 @@ Input::Input(const std::string& path, int readings) : m_path(path), m_progress("
         m_package.emplace(path, whenRead);
         m_progress.expect(m_bytesRead + readings * m_package->size());
     } catch (const FileError&) {
-        if (keyword == packageKeyword) throw;
+        if (keyword == PackageRecord::keyword) throw;
         throw Failure(path, neitherKind); // nor are there data sets behind a damaged beginning
     }
 }

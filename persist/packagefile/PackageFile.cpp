@@ -76,7 +76,7 @@ std::optional<ArchiveFault> PackageFile::Contents::read(std::int64_t number, CTr
 }
 
 std::optional<ArchiveFault> PackageFile::Contents::checkRest() const {
-    return compare(0, packageKeyword, index.rest,
+    return compare(0, PackageRecord::keyword, index.rest,
                    [&] { return checksumOfRest(file, index.entries, recordEnd); });
 }
 

@@ -4,6 +4,7 @@
 
 #include <icawave/PackageFile.h>
 
+#include "persist/archive/RecordFacts.h"
 #include "system/System.h"
 
 #include <algorithm>
@@ -16,9 +17,6 @@ namespace icawave {
 inline constexpr std::int64_t pieceBytes = 256 * 1024;
 // What stands before a data set record in a package: 0 in an empty slot.
 inline constexpr std::int64_t slotFlagBytes = 4;
-// How a package record begins.
-inline constexpr const char* packageKeyword = "FACEICA";
-inline constexpr std::int32_t packageVersion = 20161108;
 
 std::string systemPath(const CString& path); // FileError when the system would see another one
 
@@ -113,7 +111,7 @@ struct PackageFile::Contents {
 };
 
 inline std::string dataSetRecord(std::int64_t number) {
-    return "FACEICA, TRIALICADATA " + std::to_string(number);
+    return std::string(PackageRecord::keyword) + ", " + DataSetRecord::keyword + " " + std::to_string(number);
 }
 // The current index of a package once data set `number` is left out, told of them in ascending order: the
 // same data set stays current; without it the first is. `stored` is the index with all data sets, which may

@@ -65,7 +65,8 @@ PackageWriter::PackageWriter(CFile& file, std::int32_t slots, const PackageInfo&
     : m_parts(withMemoryException([&] { return std::make_unique<Parts>(file); })) {
     m_parts->index.info = info;
     m_parts->slotsLeft = slots;
-    m_parts->archive << CString(packageKeyword) << packageVersion << info.current << slots;
+    m_parts->archive << CString(PackageRecord::keyword) << PackageRecord::version20161108 << info.current
+                     << slots;
 }
 
 PackageWriter::~PackageWriter() = default;

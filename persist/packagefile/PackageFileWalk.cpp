@@ -16,11 +16,9 @@ namespace icawave {
 
 namespace {
 
-constexpr std::array<std::int32_t, 2> dataSetVersions = {20180629, 20160311};
-
 class Walk {
 public:
-    explicit Walk(const InputFile& file) : m_file(file), m_keyword(storedText("TRIALICADATA")) {}
+    explicit Walk(const InputFile& file) : m_file(file), m_keyword(storedText(DataSetRecord::keyword)) {}
 
     Walked run();
 
@@ -71,7 +69,8 @@ void Walk::loadHead() {
     } catch (const CArchiveException&) {
     } catch (const COleException&) {
     }
-    if (keyword == packageKeyword && version == packageVersion && !archive.firstFault()) {
+    if (keyword == PackageRecord::keyword && version == PackageRecord::version20161108 &&
+        !archive.firstFault()) {
         m_slotsLeft = slots;
         m_storedCurrent = m_found.index.info.current;
         m_position = archive.offset();
@@ -145,7 +144,7 @@ void Walk::loadOwnFields() {
 }
 
 void Walk::addFault(std::int64_t offset, const char* text) {
-    m_found.faults.push_back({offset, "FACEICA", text});
+    m_found.faults.push_back({offset, PackageRecord::keyword, text});
 }
 
 // Read ahead, since there may be millions of empty slots. Nothing where the file ends.
@@ -188,7 +187,7 @@ bool Walk::isSignature(const char* bytes) const {
     std::int32_t version;
     std::memcpy(&version, bytes + m_keyword.size(), sizeof version);
     return std::memcmp(bytes, m_keyword.data(), m_keyword.size()) == 0 &&
-           std::find(dataSetVersions.begin(), dataSetVersions.end(), version) != dataSetVersions.end();
+           std::ranges::count(DataSetRecord::versions, version) > 0;
 }
 
 } // namespace

@@ -7,16 +7,12 @@
 #include <icawave/DataSetOwner.h>
 
 #include "persist/archive/Exchange.h"
+#include "persist/archive/RecordFacts.h"
 #include "persist/archive/Storable.h"
 #include "platform/MemoryAhead.h"
 
 using icawave::exchange;
-
-namespace {
-
-constexpr std::int32_t version20161108 = 20161108;
-
-} // namespace
+using Facts = icawave::PackageRecord;
 
 bool icawave::isStorable(const CFaceIca& package) {
     for (std::int64_t k = 0; k < package.m_icaDataArray.GetSize(); ++k) {
@@ -27,13 +23,13 @@ bool icawave::isStorable(const CFaceIca& package) {
 }
 
 std::int32_t CFaceIca09File::serialize(CArchive& archive) {
-    const CArchive::Record record(archive, "FACEICA");
+    const CArchive::Record record(archive, Facts::keyword);
     if (archive.IsStoring() && record.isOutermost())
         icawave::requireStorable(archive, icawave::isStorable(*this));
     const auto version =
-        icawave::exchangeFrame(archive, "FACEICA", version20161108, "Unknown face ICA file!");
+        icawave::exchangeFrame(archive, Facts::keyword, Facts::version20161108, "Unknown face ICA file!");
     if (!version) return 0;
-    if (*version != version20161108) return archive.reject("Face ICA data format error!");
+    if (*version != Facts::version20161108) return archive.reject("Face ICA data format error!");
     return icawave::finishRecord(archive, serialize20161108(archive));
 }
 

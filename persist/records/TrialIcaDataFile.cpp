@@ -12,17 +12,13 @@
 #include <icawave/TrialIcaData.h>
 
 #include "persist/archive/Exchange.h"
+#include "persist/archive/RecordFacts.h"
 #include "persist/archive/Storable.h"
 
 using icawave::exchange;
+using Facts = icawave::DataSetRecord;
 
 namespace {
-
-constexpr std::int32_t version20180629 = 20180629;
-constexpr std::int32_t version20160311 = 20160311;
-
-// The least that one channel takes in a file: the older version with a narrow keyword and no block.
-constexpr std::int64_t smallestChannelRecord = 12 + 4 + 8 + 8 + 8 + 4 + 8 + 4;
 
 void exchangeHead(CArchive& archive, CTrialIcaData& d) {
     exchange(archive, d.m_icaClass);
@@ -45,16 +41,16 @@ bool icawave::isStorable(const CTrialIcaData& dataSet) {
 }
 
 std::int32_t CTrialIcaData09File::serialize(CArchive& archive) {
-    const CArchive::Record record(archive, "TRIALICADATA");
+    const CArchive::Record record(archive, Facts::keyword);
     if (archive.IsStoring() && record.isOutermost())
         icawave::requireStorable(archive, icawave::isStorable(*this));
-    const auto version = icawave::exchangeFrame(archive, "TRIALICADATA", version20180629,
+    const auto version = icawave::exchangeFrame(archive, Facts::keyword, Facts::version20180629,
                                                 "The opened file is not CIcaData09File or corrupted!");
     if (!version) return 0;
     switch (*version) {
-    case version20180629:
+    case Facts::version20180629:
         return icawave::finishRecord(archive, serialize20180629(archive));
-    case version20160311:
+    case Facts::version20160311:
         return serialize20160311(archive);
     default:
         return archive.reject("TrialIca  data format!");
@@ -89,7 +85,8 @@ std::int32_t CTrialIcaData09File::_01serializeIcaData(CArchive& archive) {
     exchange(archive, flag);
     if (flag == 0) return 1;
     if (archive.IsLoading()) {
-        if (icawave::isGranted(archive, m_chnlTotal, sizeof(CChnlIcaDatazq), smallestChannelRecord))
+        if (icawave::isGranted(archive, m_chnlTotal, sizeof(CChnlIcaDatazq),
+                               icawave::ChannelRecord::smallest))
             m_chnlIcaData = icawave::newArray<CChnlIcaDatazq>(m_chnlTotal);
         if (!m_chnlIcaData) {
             archive.noteFault("not enough memory for the channels");
