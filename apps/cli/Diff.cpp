@@ -108,15 +108,6 @@ private:
     std::int64_t m_count = 0;
 };
 
-// A package without its data sets, which are compared one by one.
-void setOwnFields(CFaceIcazq& package, const PackageInfo& info) {
-    package.m_pkgType = info.type;
-    package.m_pkgName = info.name;
-    package.m_pkgInfo = info.info;
-    package.m_pkgShow = info.shown;
-    package.m_curntIcaDataSetID = info.current;
-}
-
 struct Options {
     std::string first, second;
 };
@@ -129,9 +120,9 @@ void diff(const Options& options) {
     if (a.isPackage() != b.isPackage()) throw Failure(second, "is not the same kind of file as " + first);
     Differences differences;
     if (a.isPackage()) {
-        CFaceIcazq packages[2];
-        setOwnFields(packages[0], a.info());
-        setOwnFields(packages[1], b.info());
+        CFaceIcazq packages[2]; // without their data sets, which are compared one by one
+        setInfo(packages[0], a.info());
+        setInfo(packages[1], b.info());
         differences.compare("", packages[0], packages[1]);
         differences.compareField("data sets", std::int64_t{a.count()}, std::int64_t{b.count()});
     }

@@ -118,16 +118,7 @@ Input::Input(const std::string& path, int readings) : m_path(path), m_progress("
     const CString keyword = firstText(path);
     if (keyword == DataSetRecord::keyword) {
         m_single.emplace(path);
-        const CTrialIcaDatazq& d = *m_single->package.getIcaData(0);
-        PackageEntry& row = m_row.emplace_back();
-        row.name = d.m_icaName;
-        row.samples = d.m_totalSample;
-        row.channels = d.m_chnlTotal;
-        row.selectedChannel = d.m_selectIca;
-        row.dataSetClass = d.m_icaClass;
-        row.selectBegin = d.m_selectBegin;
-        row.selectEnd = d.m_selectEnd;
-        row.shown = d.m_icaShow;
+        m_row.push_back(entryOf(*m_single->package.getIcaData(0)));
         return;
     }
     try {
@@ -142,9 +133,7 @@ Input::Input(const std::string& path, int readings) : m_path(path), m_progress("
 }
 
 PackageInfo Input::info() const {
-    if (isPackage()) return m_package->info();
-    const CFaceIcazq fresh;
-    return {fresh.m_curntIcaDataSetID, fresh.m_pkgType, fresh.m_pkgName, fresh.m_pkgInfo, fresh.m_pkgShow};
+    return isPackage() ? m_package->info() : infoOf(CFaceIcazq());
 }
 
 std::vector<std::int32_t> Input::chosen(const std::vector<std::string>& words) const {

@@ -112,6 +112,8 @@ struct PackageEntry {
     std::int64_t selectEnd = 0;
     bool shown = false;
 };
+// The row of a data set in memory; its place and checksum are 0.
+ICAWAVE_EXPORT PackageEntry entryOf(const CTrialIcaData& dataSet);
 
 // The fields of the package itself.
 struct PackageInfo {
@@ -121,6 +123,8 @@ struct PackageInfo {
     CString info;
     bool shown = false;
 };
+ICAWAVE_EXPORT PackageInfo infoOf(const CFaceIca& package);
+ICAWAVE_EXPORT void setInfo(CFaceIca& package, const PackageInfo& info); // its list stays
 
 // A package file that is open for reading. Data sets are counted from 0; empty slots of a stored package do
 // not count.

@@ -41,6 +41,29 @@ std::optional<ArchiveFault> compare(std::int64_t offset, const std::string& reco
 
 } // namespace
 
+PackageEntry entryOf(const CTrialIcaData& dataSet) {
+    PackageEntry entry;
+    entry.name = dataSet.m_icaName;
+    entry.samples = dataSet.m_totalSample;
+    entry.channels = dataSet.m_chnlTotal;
+    entry.selectedChannel = dataSet.m_selectIca;
+    entry.dataSetClass = dataSet.m_icaClass;
+    entry.selectBegin = dataSet.m_selectBegin;
+    entry.selectEnd = dataSet.m_selectEnd;
+    entry.shown = dataSet.m_icaShow;
+    return entry;
+}
+
+PackageInfo infoOf(const CFaceIca& package) {
+    PackageInfo info;
+    ownFields(info) = ownFields(package);
+    return info;
+}
+
+void setInfo(CFaceIca& package, const PackageInfo& info) {
+    ownFields(package) = ownFields(info);
+}
+
 PackageFile::Contents::Contents(const CString& path, const std::string& name,
                                 std::function<void(std::int64_t)> whenRead)
     : file(path, name, std::move(whenRead)) {
@@ -166,11 +189,7 @@ std::vector<ArchiveFault> PackageFile::load(CFaceIcazq& package) const {
         std::vector<ArchiveFault> found = faults();
         if (auto fault = m_contents->checkRest()) found.push_back(*fault);
         package.cleanIcaFace();
-        package.m_pkgType = info().type;
-        package.m_pkgName = info().name;
-        package.m_pkgInfo = info().info;
-        package.m_pkgShow = info().shown;
-        package.m_curntIcaDataSetID = info().current;
+        setInfo(package, info());
         for (std::int64_t k = 0; k < m_contents->count(); ++k) {
             DataSetOwner dataSet = newDataSet();
             if (!dataSet) AfxThrowMemoryException();

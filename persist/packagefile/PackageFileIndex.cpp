@@ -34,10 +34,9 @@ bool exchangeIndex(CArchive& archive, PackageIndex& index) {
     std::int32_t version = indexVersion;
     exchange(archive, keyword, version);
     if (keyword != indexKeyword || version != indexVersion) return false;
-    PackageInfo& info = index.info;
-    exchange(archive, info.current, info.type, info.name, info.info, info.shown, index.rest);
+    std::apply([&](auto&... fields) { exchange(archive, fields...); }, ownFields(index.info));
     auto count = static_cast<std::int32_t>(index.entries.size());
-    exchange(archive, count);
+    exchange(archive, index.rest, count);
     if (archive.IsLoading()) {
         if (count < 0 || count > archive.remainingBytes() / smallestEntry) return false;
         index.entries.resize(static_cast<std::size_t>(count));

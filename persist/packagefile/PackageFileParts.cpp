@@ -114,19 +114,6 @@ std::string describe(const ArchiveFault& fault) {
     return fault.record + " at byte " + std::to_string(fault.offset) + ": " + fault.text;
 }
 
-PackageEntry listed(const CTrialIcaDatazq& dataSet) {
-    PackageEntry entry;
-    entry.name = dataSet.m_icaName;
-    entry.samples = dataSet.m_totalSample;
-    entry.channels = dataSet.m_chnlTotal;
-    entry.selectedChannel = dataSet.m_selectIca;
-    entry.dataSetClass = dataSet.m_icaClass;
-    entry.selectBegin = dataSet.m_selectBegin;
-    entry.selectEnd = dataSet.m_selectEnd;
-    entry.shown = dataSet.m_icaShow;
-    return entry;
-}
-
 std::optional<ArchiveFault> loadDataSet(FilePart& part, std::int64_t number, CTrialIcaDatazq& dataSet,
                                         std::int64_t& length) {
     const auto bufferBytes = static_cast<std::int32_t>(std::min(part.GetLength(), pieceBytes));

@@ -5,6 +5,7 @@
 #include <icawave/PackageFile.h>
 
 #include "persist/archive/RecordFacts.h"
+#include "persist/records/PackageFields.h"
 #include "system/System.h"
 
 #include <algorithm>
@@ -85,6 +86,11 @@ private:
     std::uint32_t m_checksum = 0;
 };
 
+template <std::derived_from<PackageInfo> Info>
+auto ownFields(Info& info) {
+    return std::tie(info.current, info.type, info.name, info.info, info.shown);
+}
+
 struct PackageIndex {
     PackageInfo info;
     std::uint32_t rest = 0; // checksum of the package record's bytes outside of its data sets
@@ -122,7 +128,6 @@ inline void leaveOut(std::int64_t number, std::int32_t stored, std::int32_t& cur
 }
 std::string describe(const ArchiveFault& fault); // "RECORD at byte N: text"
 
-PackageEntry listed(const CTrialIcaDatazq& dataSet); // the columns
 // Loads a data set from the beginning of a part of a file, as number `number` of its package. `length`
 // becomes the bytes that it took; returns what is wrong.
 std::optional<ArchiveFault> loadDataSet(FilePart& part, std::int64_t number, CTrialIcaDatazq& dataSet,

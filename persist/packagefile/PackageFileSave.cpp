@@ -22,11 +22,6 @@ void withPath(const CString& path, Write&& write) {
     });
 }
 
-PackageInfo infoOf(const CFaceIca& package) {
-    return {package.m_curntIcaDataSetID, package.m_pkgType, package.m_pkgName, package.m_pkgInfo,
-            package.m_pkgShow};
-}
-
 void write(CFile& file, CFaceIcazq& package) {
     PackageWriter writer(file, static_cast<std::int32_t>(package.getTotalIca()), infoOf(package));
     for (std::int64_t k = 0; k < package.getTotalIca(); ++k)
@@ -65,8 +60,8 @@ PackageWriter::PackageWriter(CFile& file, std::int32_t slots, const PackageInfo&
     : m_parts(withMemoryException([&] { return std::make_unique<Parts>(file); })) {
     m_parts->index.info = info;
     m_parts->slotsLeft = slots;
-    m_parts->archive << CString(PackageRecord::keyword) << PackageRecord::version20161108 << info.current
-                     << slots;
+    m_parts->archive << CString(PackageRecord::keyword) << PackageRecord::version20161108;
+    exchangeHead(m_parts->archive, ownFields(m_parts->index.info), slots);
 }
 
 PackageWriter::~PackageWriter() = default;
@@ -75,7 +70,7 @@ void PackageWriter::add(CTrialIcaDatazq* dataSet) {
     withMemoryException([&] {
         --m_parts->slotsLeft;
         m_parts->archive << std::int32_t{dataSet != nullptr};
-        if (dataSet) m_parts->addRecord(listed(*dataSet), [&] { dataSet->serialize(m_parts->archive); });
+        if (dataSet) m_parts->addRecord(entryOf(*dataSet), [&] { dataSet->serialize(m_parts->archive); });
     });
 }
 
@@ -92,7 +87,7 @@ void PackageWriter::finish() {
     withMemoryException([&] {
         Parts& p = *m_parts;
         if (p.slotsLeft != 0) AfxThrowInvalidArgException();
-        p.archive << p.index.info.type << p.index.info.name << p.index.info.info << p.index.info.shown;
+        exchangeTail(p.archive, ownFields(p.index.info));
         p.archive.Close();
         p.index.rest = p.file.takeChecksum(0);
         storeIndex(p.file, p.index);

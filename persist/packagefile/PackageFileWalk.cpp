@@ -65,7 +65,8 @@ void Walk::loadHead() {
     CString keyword;
     std::int32_t version = 0, slots = 0;
     try {
-        exchange(archive, keyword, version, m_found.index.info.current, slots);
+        exchange(archive, keyword, version);
+        exchangeHead(archive, ownFields(m_found.index.info), slots);
     } catch (const CArchiveException&) {
     } catch (const COleException&) {
     }
@@ -116,7 +117,7 @@ void Walk::walkSlot() {
         leaveOut(number, m_storedCurrent, m_found.index.info.current);
         return;
     }
-    PackageEntry entry = listed(*dataSet);
+    PackageEntry entry = entryOf(*dataSet);
     entry.offset = begin;
     entry.length = length;
     entry.checksum = m_file.checksum(begin, m_position);
@@ -130,7 +131,7 @@ void Walk::loadOwnFields() {
     PackageInfo info = m_found.index.info;
     m_found.recordEnd = m_file.size();
     try {
-        exchange(archive, info.type, info.name, info.info, info.shown);
+        exchangeTail(archive, ownFields(info));
         const std::int64_t end = m_position + archive.offset();
         if (!m_found.faults.empty() && end < m_file.size() && !isIndexAt(m_file, end))
             return addFault(m_position, "the package's own fields are lost");

@@ -9,6 +9,7 @@
 #include "persist/archive/Exchange.h"
 #include "persist/archive/RecordFacts.h"
 #include "persist/archive/Storable.h"
+#include "persist/records/PackageFields.h"
 #include "platform/MemoryAhead.h"
 
 using icawave::exchange;
@@ -43,7 +44,7 @@ std::int32_t CFaceIca09File::_01SerializeIcaDataPA(CArchive& archive) {
         icawave::prepareMemory(archive.remainingBytes());
     }
     std::int32_t slots = count();
-    exchange(archive, m_curntIcaDataSetID, slots);
+    icawave::exchangeHead(archive, icawave::ownFields(*this), slots);
     for (std::int32_t k = 0; k < slots; ++k) {
         CTrialIcaDatazq* stored = archive.IsStoring() ? entry(k) : nullptr;
         std::int32_t present = stored != nullptr;
@@ -66,6 +67,6 @@ std::int32_t CFaceIca09File::_01SerializeIcaDataPA(CArchive& archive) {
 }
 
 std::int32_t CFaceIca09File::_03SerializeOthers(CArchive& archive) {
-    exchange(archive, m_pkgType, m_pkgName, m_pkgInfo, m_pkgShow);
+    icawave::exchangeTail(archive, icawave::ownFields(*this));
     return 1;
 }
