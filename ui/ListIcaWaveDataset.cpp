@@ -7,6 +7,7 @@
 #include "ui/Resources.h"
 
 #include <memory>
+#include <span>
 
 const CRuntimeClass CListIcaWaveDataset::classCListIcaWaveDataset = {"CListIcaWaveDataset",
                                                                      &CListCtrl::classCListCtrl};
@@ -16,6 +17,38 @@ namespace {
 constexpr std::uint32_t trackSelect = 0x08, oneClickActivate = 0x40;
 constexpr std::int32_t imageHidden = 0, imageShown = 1;
 constexpr std::int32_t columnWidth = 90; // pixels
+
+CString number(std::int64_t value) { // its low 32 bits
+    static const CString format = u"%d";
+    return CString::Format(format, value);
+}
+
+CString number64(std::int64_t value) {
+    static const CString format = u"%I64d";
+    return CString::Format(format, value);
+}
+
+CString place(bool isCurrent) {
+    static const CString front = u"Front", back = u"Back";
+    return isCurrent ? front : back;
+}
+
+struct DataSetColumn {
+    const char16_t* title;
+    CString (*text)(CTrialIcaDatazq& dataSet, bool isCurrent);
+};
+
+// From left to right, as a row's texts are made: the sample count clamps m_selectIca, which is shown behind.
+constexpr DataSetColumn columns[] = {
+    {u"Name", [](CTrialIcaDatazq& d, bool) { return d.m_icaName; }},
+    {u"Sample", [](CTrialIcaDatazq& d, bool) { return number64(d.getTotalSample()); }},
+    {u"Num ICA", [](CTrialIcaDatazq& d, bool) { return number(d.m_chnlTotal); }},
+    {u"Act ICA", [](CTrialIcaDatazq& d, bool) { return number(d.m_selectIca); }},
+    {u"Class", [](CTrialIcaDatazq& d, bool) { return number(d.m_icaClass); }},
+    {u"Select B", [](CTrialIcaDatazq& d, bool) { return number(d.m_selectBegin); }},
+    {u"Select E", [](CTrialIcaDatazq& d, bool) { return number(d.m_selectEnd); }},
+    {u"Current", [](CTrialIcaDatazq&, bool isCurrent) { return place(isCurrent); }},
+};
 
 // Both kinds hold the icon of a hidden data set, then that of a shown one.
 CImageList* newImageList(std::int32_t size) {
@@ -64,9 +97,8 @@ std::int32_t CListIcaWaveDataset::initColumns() {
     while (DeleteColumn(0)) {
     }
     std::int32_t position = 0;
-    for (const char16_t* title :
-         {u"Name", u"Sample", u"Num ICA", u"Act ICA", u"Class", u"Select B", u"Select E", u"Current"}) {
-        InsertColumn(position, title, 0, columnWidth, position + 1);
+    for (const DataSetColumn& column : columns) {
+        InsertColumn(position, column.title, 0, columnWidth, position + 1);
         ++position;
     }
     return 1;
@@ -77,25 +109,16 @@ std::int32_t CListIcaWaveDataset::addIcaDataRow(std::int32_t index) {
     const std::int32_t id = index == -1 ? m_facePkg->m_curntIcaDataSetID : index;
     CTrialIcaDatazq* dataSet = id < 0 ? nullptr : m_facePkg->getIcaData(id);
     if (!dataSet) return 0;
+    const auto text = [&](const DataSetColumn& column) {
+        return column.text(*dataSet, id == m_facePkg->m_curntIcaDataSetID);
+    };
     const std::int32_t row =
-        InsertItem(index, dataSet->m_icaName, dataSet->m_icaShow ? imageShown : imageHidden);
+        InsertItem(index, text(columns[0]), dataSet->m_icaShow ? imageShown : imageHidden);
     if (row < 0) return 0;
     dataSet->m_listID = row;
-    static const CString number64 = u"%I64d", number = u"%d", front = u"Front", back = u"Back";
-    const CString samples =
-        CString::Format(number64, dataSet->getTotalSample()); // clamps m_selectIca, which is shown next
-    const CString cells[] = {
-        samples,
-        CString::Format(number, dataSet->m_chnlTotal),
-        CString::Format(number, dataSet->m_selectIca),
-        CString::Format(number, dataSet->m_icaClass),
-        CString::Format(number, dataSet->m_selectBegin),
-        CString::Format(number, dataSet->m_selectEnd),
-        id == m_facePkg->m_curntIcaDataSetID ? front : back,
-    };
-    std::int32_t column = 1;
-    for (const CString& cell : cells) {
-        if (!SetItemText(row, column++, cell)) return 0;
+    std::int32_t position = 1;
+    for (const DataSetColumn& column : std::span(columns).subspan(1)) {
+        if (!SetItemText(row, position++, text(column))) return 0;
     }
     return 1;
 }
