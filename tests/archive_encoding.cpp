@@ -113,6 +113,35 @@ TEST(ArchiveStream, WrongModesAndTheEndOfTheFileHaveTheirCauses) {
     EXPECT_EQ(causeOf([&] { writer << value; }), CArchiveException::generic);
 }
 
+// Through buffers that end anywhere in a value, a text or a block.
+TEST(ArchiveStream, ReadsAcrossTheEndsOfBuffersOfAnySize) {
+    const CString keyword = u"TRIALICADATA", name = u"tri\u00E4l", longName(std::u16string(3000, u'\u20AC'));
+    const Bytes body = encoded(keyword, std::int64_t{-2}, name, 0.1, longName, keyword, std::uint8_t{7});
+    const std::array<double, 700> block = {1.5, -0.0, 3e300};
+    for (std::size_t lead = 0; lead < 4200; lead += lead == 40 ? 4000 : 1) {
+        Bytes stream(lead);
+        stream.insert(stream.end(), body.begin(), body.end());
+        const auto* values = reinterpret_cast<const std::byte*>(block.data());
+        stream.insert(stream.end(), values, values + sizeof block);
+        for (const std::int32_t bufferSize : {1, 16, 17, 4096, 4097}) {
+            Reader reader(stream, bufferSize);
+            std::uint8_t byte = 0;
+            for (std::size_t k = 0; k < lead; ++k) reader.archive >> byte;
+            CString texts[] = {keyword, u"another", u"", longName}; // the first and last are there already
+            std::int64_t integer = 0;
+            double real = 0;
+            std::array<double, 700> loaded{};
+            reader.archive >> texts[0] >> integer >> texts[1] >> real >> texts[2] >> texts[3] >> byte;
+            EXPECT_EQ(reader.archive.Read(loaded.data(), sizeof loaded), std::int64_t{sizeof loaded});
+            EXPECT_TRUE(texts[0] == keyword && texts[1] == name && texts[2] == longName &&
+                        texts[3] == keyword);
+            EXPECT_TRUE(integer == -2 && real == 0.1 && byte == 7);
+            ASSERT_EQ(std::memcmp(loaded.data(), block.data(), sizeof block), 0)
+                << lead << ", " << bufferSize;
+        }
+    }
+}
+
 // A flush inside a nested record stops at the file object; the outermost record's and a host's go on to the
 // system.
 TEST(ArchiveStream, OnlyTheOutermostFlushReachesThroughTheFile) {

@@ -292,6 +292,20 @@ TEST_F(PackageFiles, OneDamagedRecordOfEightyLosesOneDataSet) {
     EXPECT_TRUE(ui.messages.empty());
 }
 
+// The search goes by pieces of 256 KiB: a data set is found wherever one ends in its keyword or version.
+TEST_F(PackageFiles, ADataSetAcrossTwoPiecesOfTheSearchIsFound) {
+    const Bytes record = stored(*test::countingDataSet(1, 2));
+    for (std::int64_t before = 0; before < 40; ++before) {
+        Bytes bytes(static_cast<std::size_t>(4 + 256 * 1024 - before),
+                    std::byte{1}); // no package's beginning
+        bytes.insert(bytes.end(), record.begin(), record.end());
+        write(file, bytes);
+        const PackageFile damaged(file.string());
+        ASSERT_EQ(damaged.dataSets().size(), 1u) << before;
+        EXPECT_EQ(damaged.dataSets()[0].offset, std::ssize(bytes) - std::ssize(record));
+    }
+}
+
 TEST_F(PackageFiles, DamagedHeadsLoseNoDataSet) {
     for (const std::size_t at : {5, 18, 26}) { // keyword, version, slots
         Bytes bytes = recordBytes;

@@ -28,6 +28,41 @@ TEST(Text, Utf8IsReadAndWrittenWithMalformedSequencesReplaced) {
     EXPECT_EQ(CString(std::u16string(1, char16_t{0xD83E}) + u"x").utf8(), "\xEF\xBF\xBDx");
 }
 
+// Both bounds of the surrogates and of either half, alone, in pairs and in the wrong order.
+TEST(Text, SurrogatesArePairsOrReplaced) {
+    struct Case {
+        std::u16string units;
+        std::string utf8;
+    };
+    const std::string lost = "\xEF\xBF\xBD", last = "\xED\x9F\xBF", next = "\xEE\x80\x80"; // round them
+    const Case cases[] = {
+        {{0xD7FF}, last},
+        {{0xD800}, lost},
+        {{0xDBFF}, lost},
+        {{0xDC00}, lost},
+        {{0xDFFF}, lost},
+        {{0xE000}, next},
+        {{0xFFFF}, "\xEF\xBF\xBF"},
+        {{0xD800, 0xDC00}, "\xF0\x90\x80\x80"},
+        {{0xD800, 0xDFFF}, "\xF0\x90\x8F\xBF"},
+        {{0xDBFF, 0xDC00}, "\xF4\x8F\xB0\x80"},
+        {{0xDBFF, 0xDFFF}, "\xF4\x8F\xBF\xBF"},
+        {{0xD7FF, 0xDC00}, last + lost},
+        {{0xD800, 0xDBFF}, lost + lost},
+        {{0xDBFF, 0xE000}, lost + next},
+        {{0xDC00, 0xD800}, lost + lost},
+        {{0xDC00, 0xDFFF}, lost + lost},
+        {{0xE000, 0xDFFF}, next + lost},
+        {{0xD800, 0xD800, 0xDC00}, lost + "\xF0\x90\x80\x80"},
+    };
+    for (const auto& [units, utf8] : cases) {
+        EXPECT_EQ(CString(units).utf8(), utf8);
+        if (utf8.find(lost) == utf8.npos) {
+            EXPECT_EQ(CString(utf8).view(), units);
+        }
+    }
+}
+
 TEST(Text, FormatsLikeTheDisplayNeedsIt) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double infinity = std::numeric_limits<double>::infinity();
