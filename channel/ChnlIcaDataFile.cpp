@@ -6,10 +6,9 @@
 //                 flag is not 0)
 // body 20161108 = i64 current point, i64 tag, i64 size, values, i64 backup size, backup
 // ICPROJECTDATA = text "ICPROJECTDATA", i32 20180620, i32 a, i32 b, i32 c, text name, 5 doubles, i64 size,
-// i64 current point, values,
-//                 i64 backup size, backup
-// values        = i32 flag, size doubles (only when the flag is not 0 and size is at least 1); backup
-// likewise
+//                 i64 current point, values, i64 backup size, backup
+// values        = i32 flag, size doubles (only when the flag is not 0 and size is at least 1)
+// backup        = likewise, of the backup's size
 #include <icawave/ChnlIcaData.h>
 
 #include "persist/archive/Exchange.h"

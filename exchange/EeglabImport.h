@@ -28,8 +28,8 @@ public:
     explicit EeglabImport(const std::string& source);
 
     std::int64_t trials() const { return m_set.trials; }
-    std::filesystem::path
-    sampleFile() const; // that the samples are read from; empty when they are in the .set
+    // That the samples are read from; empty when they are in the .set.
+    std::filesystem::path sampleFile() const;
 
     // Writes the package, a data set for each trial. `whenAdded` is told how many there are so far.
     void write(CFile& file, const std::function<void(std::int64_t)>& whenAdded = {});

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// ICAPARAMETERS = text "ICAPARAMETERS", i32 20180629, i32 nIca, i32 nComp, i32 nSample, 4 x MMATRIX2D (extra
-// A, extra B, unmixing, second),
-//                 i32 extra A, i32 extra B, i32 n, n x u32
+// ICAPARAMETERS = text "ICAPARAMETERS", i32 20180629, i32 nIca, i32 nComp, i32 nSample,
+//                 4 x MMATRIX2D (extra A, extra B, unmixing, second), i32 extra A, i32 extra B, i32 n, n x u32
 #include <icawave/IcaParam.h>
 
 #include "persist/archive/Exchange.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// MMATRIX2D = text "MMATRIX2D", i32 20261122, i64 rows, i64 columns, rows x columns doubles (row-major; only
-// when both are at least 1)
+// MMATRIX2D = text "MMATRIX2D", i32 20261122, i64 rows, i64 columns,
+//             rows x columns doubles (row-major; only when both are at least 1)
 #include <icawave/MMatrix.h>
 
 #include "persist/archive/Exchange.h"

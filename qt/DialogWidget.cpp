@@ -94,10 +94,10 @@ void DialogWidget::showState() {
     showSize();
     for (QWidget* widget : m_client->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
         CWnd* control = m_dialog->GetDlgItem(widget->objectName().toInt());
-        if (control)
-            showControl(*widget, *control);
+        if (control) showControl(*widget, *control);
+        // Destroyed before its dialog.
         else
-            widget->hide(); // destroyed before its dialog
+            widget->hide();
     }
     if (m_menuBar) showMenu(*m_menuBar);
 }

@@ -48,8 +48,8 @@ private:
 
 class ListView : public QTreeView {
 public:
-    using Act =
-        std::function<void(const std::function<void(CListCtrl&)>&)>; // runs a user's act on the control
+    // Runs a user's act on the control.
+    using Act = std::function<void(const std::function<void(CListCtrl&)>&)>;
     ListView(QWidget* parent, ListModel::Find find, Act act);
 
     void showControl(); // as it is now

@@ -16,10 +16,10 @@ class User {
 public:
     virtual ~User() = default;
 
-    virtual void click(CDialogEx& dialog,
-                       std::int32_t id) = 0; // a button, the check box, or a command of the menu bar
-    virtual void clickRow(CListCtrl& list, std::int32_t row, bool ctrl = false,
-                          bool shift = false) = 0; // -1: below the last
+    // A button, the check box, or a command of the menu bar.
+    virtual void click(CDialogEx& dialog, std::int32_t id) = 0;
+    // -1: below the last.
+    virtual void clickRow(CListCtrl& list, std::int32_t row, bool ctrl = false, bool shift = false) = 0;
     virtual void clickHeader(CListCtrl& list, std::int32_t column) = 0;
     // Presses the right button over a row and chooses a command, 0 to dismiss the menu. Returns what the menu
     // showed, nothing without one.
@@ -30,8 +30,8 @@ public:
     virtual void resize(CDialogEx& dialog, std::int32_t cx, std::int32_t cy) = 0; // the client area
     virtual std::vector<CString>
     takeMessages() = 0; // the message boxes since the last call, each answered with OK
-    virtual std::string
-    print(CDialogEx& dialog) = 0; // what the front end shows, in the form of icawave::printWindow
+    // What the front end shows, in the form of icawave::printWindow.
+    virtual std::string print(CDialogEx& dialog) = 0;
 };
 
 // Made by the program that the story is linked into; its front end is installed while the user lives.

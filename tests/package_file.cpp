@@ -296,8 +296,8 @@ TEST_F(PackageFiles, OneDamagedRecordOfEightyLosesOneDataSet) {
 TEST_F(PackageFiles, ADataSetAcrossTwoPiecesOfTheSearchIsFound) {
     const Bytes record = stored(*test::countingDataSet(1, 2));
     for (std::int64_t before = 0; before < 40; ++before) {
-        Bytes bytes(static_cast<std::size_t>(4 + 256 * 1024 - before),
-                    std::byte{1}); // no package's beginning
+        // No package's beginning.
+        Bytes bytes(static_cast<std::size_t>(4 + 256 * 1024 - before), std::byte{1});
         bytes.insert(bytes.end(), record.begin(), record.end());
         write(file, bytes);
         const PackageFile damaged(file.string());

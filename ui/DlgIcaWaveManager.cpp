@@ -184,8 +184,8 @@ void CDlgIcaWaveManager::onNorm() {
 
 // A file brings the list id that its data set had when it was saved. The row stays the same, so its id does.
 void CDlgIcaWaveManager::onFile(std::int32_t (CTrialIcaDatazq::*operation)()) {
-    CTrialIcaDatazq* dataSet =
-        m_facePkgFile ? m_facePkgFile->getTrlIcaDataAny() : nullptr; // clamps the current index
+    // Clamps the current index.
+    CTrialIcaDatazq* dataSet = m_facePkgFile ? m_facePkgFile->getTrlIcaDataAny() : nullptr;
     std::int32_t done = 0;
     if (dataSet) {
         const std::int32_t row = dataSet->m_listID;

@@ -58,8 +58,8 @@ void printJson(JsonWriter& json, std::int32_t index, CTrialIcaDatazq& dataSet, b
 }
 
 void printText(CTrialIcaDatazq& dataSet, bool components) {
-    dataSet.m_icaName =
-        printable(dataSet.m_icaName); // the line's own tab and line break are all there may be
+    // The line's own tab and line break are all there may be.
+    dataSet.m_icaName = printable(dataSet.m_icaName);
     std::cout << dataSet.getStatistics().utf8();
     if (!components) return;
     for (const Component& c : componentsOf(dataSet))

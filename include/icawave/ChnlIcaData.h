@@ -82,8 +82,8 @@ public:
     std::int32_t cleanData(); // releases the data
 
     std::int32_t bkDataIn(); // copies the data to the backup; fails without data
-    std::int32_t
-    bkDataInOut(); // copies the backup to the data; fails without a backup, or with "Not enough memory!"
+    // Copies the backup to the data; fails without a backup, or with "Not enough memory!".
+    std::int32_t bkDataInOut();
     std::int32_t cleanbkData(); // releases the backup
 
     std::int32_t cleanProjectData(); // releases the projection items; none is then current
@@ -93,8 +93,9 @@ public:
     double getValueMax();           // the largest value, with its sign
     std::int32_t allValueNonZero(); // 1 when no value is 0.0 or -0.0
     double polynmlEval(double x);   // m_data[0] + m_data[1] x + m_data[2] x^2 + ...
-    std::int32_t normSumSqrt(); // divides the values by the mean of their magnitudes; 0, changing nothing,
-                                // unless that is above 0.0: a NaN is not, infinity is
+    // Divides the values by the mean of their magnitudes; 0, changing nothing, unless that is above 0.0: a
+    // NaN is not, infinity is.
+    std::int32_t normSumSqrt();
     std::int32_t getDataRange(double& min, double& mean, double& max);
     // mean2 is the mean again, absMean the mean of the magnitudes, rms the root of the mean of the squares.
     std::int32_t getStatistic(double& min, double& mean, double& max, double& mean2, double& absMean,
@@ -105,13 +106,13 @@ public:
     double getSelectDataMean(std::int64_t begin, std::int64_t end, std::int32_t mode);
 
     void set_(double* first, double* last, const double& value); // fills [first, last); touches no field
-    void copy_(double* dst, const double* src,
-               std::int64_t n) const; // copies n doubles upwards; touches no field
+    // Copies n doubles upwards; touches no field.
+    void copy_(double* dst, const double* src, std::int64_t n) const;
 
     std::int64_t m_bkSize = 0;  // doubles in m_bkData
     double* m_bkData = nullptr; // backup, owned, new double[]
-    std::int64_t m_size =
-        0; // doubles in m_data; from a file it may also count values that did not follow (m_data null)
+    // Doubles in m_data; from a file it may also count values that did not follow (m_data null).
+    std::int64_t m_size = 0;
     double* m_data = nullptr;                // the values, owned, new double[]
     std::int64_t m_currentPt = 0;            // a 0-based position in the data
     std::int64_t m_chnlTag = 0;              // carried along, not interpreted

@@ -49,20 +49,19 @@ public:
     std::int32_t setTrIcaID(std::int32_t id);           // always 0
     std::int32_t getCurntIcaDataSetID();                // the current index as it stands
 
-    std::int32_t
-    setIcaData(CTrialIcaDatazq* p,
-               std::int32_t unused); // appends p, from new, which is the package's now; the new size
-    CTrialIcaDatazq* getIcaData(
-        std::int32_t id); // entry id, -1 for the current one; null outside the list; stays the package's
-    CTrialIcaDatazq*
-    getTrlIcaDataAny(); // brings the current index into the list and gives its entry; null for an empty list
+    // Appends p, from new, which is the package's now; the new size.
+    std::int32_t setIcaData(CTrialIcaDatazq* p, std::int32_t unused);
+    // Entry id, -1 for the current one; null outside the list; stays the package's.
+    CTrialIcaDatazq* getIcaData(std::int32_t id);
+    // Brings the current index into the list and gives its entry; null for an empty list.
+    CTrialIcaDatazq* getTrlIcaDataAny();
     std::int32_t hasCohTimeData4Show(); // 1 when the list has an entry
 
     CString getIcaDataPkgName();
     bool getIcaDataPkgShow();
 
-    CTrialIcaDatazq*
-    actIca2ListID(std::int32_t listID); // the first data set with that m_listID, null when there is none
+    // The first data set with that m_listID, null when there is none.
+    CTrialIcaDatazq* actIca2ListID(std::int32_t listID);
     // Destroys the first data set whose m_listID is listID and clamps the current index. 0 when there is
     // none. For -1 the number of the current index is looked for as a list id. So the current data set is
     // destroyed only while list ids are positions, as they are after the manager's rows were built: without a
@@ -107,13 +106,13 @@ public:
     // neither length is positive.
     std::int32_t matchAtiveControl(std::int64_t& begin1, std::int64_t& end1, std::int64_t& begin2,
                                    std::int64_t& end2);
-    std::int32_t checkSelect4Class(std::int64_t begin, std::int64_t end,
-                                   std::int32_t id); // 1 when both are samples of data set `id`, clamped
-    std::int32_t
-    accumulateTrlCoh(CTrialIcaDatazq* dataSet); // accumulateTime1 of a data set of 2 samples or more
-    CString getLongestChannelName();            // always "None"; looks the current data set up
-    std::int32_t getMeasurementResults(double& a, double& b, double& c, double& d,
-                                       std::int32_t id); // always 0; writes nothing
+    // 1 when both are samples of data set `id`, clamped.
+    std::int32_t checkSelect4Class(std::int64_t begin, std::int64_t end, std::int32_t id);
+    // accumulateTime1 of a data set of 2 samples or more.
+    std::int32_t accumulateTrlCoh(CTrialIcaDatazq* dataSet);
+    CString getLongestChannelName(); // always "None"; looks the current data set up
+    // Always 0; writes nothing.
+    std::int32_t getMeasurementResults(double& a, double& b, double& c, double& d, std::int32_t id);
     std::int32_t getNumShowSns(); // the current data set's channels that are shown; clamps the current index
     std::int32_t getNumSns();     // the current data set's channel count
     // Sets both filter parameters of the data sets first ... last that exist; always 1.
@@ -129,8 +128,8 @@ public:
         std::int32_t id); // a new vector for data set `id`, clamped: empty, the caller's to delete; or null
 
     std::int32_t viewerAdd(CWnd* viewer); // the new number of viewers; 0 when it is one already
-    std::int32_t viewerRemove(CWnd* viewer,
-                              bool all); // the number of viewers left, 0 for all; -1 when it was none
+    // The number of viewers left, 0 for all; -1 when it was none.
+    std::int32_t viewerRemove(CWnd* viewer, bool all);
     // Invalidates the whole client area of every visible viewer (all: returns the number of viewers, hidden
     // ones too) or of one, visible or not (returns 1; 0 for null). A viewer that is not registered yet is
     // registered first.
@@ -140,8 +139,8 @@ public:
     // The current data set's selected range; both clamp the current index and return the range's length.
     std::int32_t getSelect(std::int64_t& begin, std::int64_t& end);
     std::int32_t setSelect(std::int64_t begin, std::int64_t end); // as the data set's own setSelect
-    std::int32_t
-    showChnlName(CString text); // marks the data sets whose names contain `text` as shown; always 0
+    // Marks the data sets whose names contain `text` as shown; always 0.
+    std::int32_t showChnlName(CString text);
 };
 
 // Persistence.

@@ -35,8 +35,8 @@ public:
     // entry.
     std::int32_t addIcaDataRow(std::int32_t index);
     std::int32_t refreshRows(); // rebuilds all rows; 0 without a package (there are no rows then)
-    std::int32_t setShow4Selected(bool show); // shows or hides the data sets of the selected rows, then
-                                              // refreshRows; 0 without a package
+    // Shows or hides the data sets of the selected rows, then refreshRows; 0 without a package.
+    std::int32_t setShow4Selected(bool show);
 
     CFaceIcazq* m_facePkg = nullptr;         // not owned
     CImageList* m_imageListNormal = nullptr; // 32 x 32, owned
@@ -62,8 +62,8 @@ protected:
 public:
     bool OnInitDialog() override;
 
-    CListIcaWaveDataset
-        m_listIcaWave; // item 4454; its package serves all commands but those of the File menu
+    // Item 4454; its package serves all commands but those of the File menu.
+    CListIcaWaveDataset m_listIcaWave;
     CFaceIcazq* m_facePkgFile = nullptr; // the package of the File menu, not owned
 
 private:

@@ -45,8 +45,8 @@ public:
     std::int64_t getCol() const { return m_columnCount; }
 
 protected:
-    bool allocate(std::int64_t rowCount,
-                  std::int64_t columnCount); // values not set; empty and false when memory runs out
+    // Values not set; empty and false when memory runs out.
+    bool allocate(std::int64_t rowCount, std::int64_t columnCount);
 
 private:
     std::unique_ptr<double[]> m_values;

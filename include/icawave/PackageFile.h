@@ -204,8 +204,8 @@ public:
 
     void add(CTrialIcaDatazq* dataSet);                        // null: an empty slot
     void copy(const PackageFile& source, std::int64_t number); // the record's bytes as they are
-    void finish(); // writes the package's own fields and the index; CInvalidArgException unless all slots are
-                   // filled
+    // Writes the package's own fields and the index; CInvalidArgException unless all slots are filled.
+    void finish();
 
 private:
     struct Parts;

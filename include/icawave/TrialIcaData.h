@@ -151,8 +151,8 @@ public:
     std::int64_t getSelect(std::int64_t& begin, std::int64_t& end); // the range's length
     std::int32_t checkSelect(std::int64_t begin, std::int64_t end); // 1 when both are samples of the data set
 
-    double*
-    getDataWave(std::int32_t ica); // the buffer of channel ica, null when there is none; stays the channel's
+    // The buffer of channel ica, null when there is none; stays the channel's.
+    double* getDataWave(std::int32_t ica);
     std::int32_t resetIcaTimeInfo(); // changes nothing; 0
 };
 
@@ -177,8 +177,8 @@ public:
     // its channels. Always 1.
     std::int32_t setChnlTotal(std::int64_t n);
     std::int32_t getChnlTotal();
-    std::int32_t resetSnsCoh(); // no channels count, the analysis interval is 0 ... 0; the array stays until
-                                // the next sizing; always 1
+    // No channels count, the analysis interval is 0 ... 0; the array stays until the next sizing; always 1.
+    std::int32_t resetSnsCoh();
     std::int32_t setColumnCrt(std::int32_t column); // the column, 0 for a negative one; changes nothing
 };
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// TRIALICADATA  = text "TRIALICADATA", i32 20180629, core, info 20180629, i32 parameter flag, ICAPARAMETERS
-// (only when the flag is not 0)
+// TRIALICADATA  = text "TRIALICADATA", i32 20180629, core, info 20180629, i32 parameter flag,
+//                 ICAPARAMETERS (only when the flag is not 0)
 //               | text "TRIALICADATA", i32 20160311, core, info 20160311 (only read)
 // core          = i32 aux, i64 samples, i64 select begin, i64 select end, i64 selected channel, i64 channels,
-// i32 channel flag,
-//                 channels x WAVEICADATA (only when the flag is not 0)
-// info 20180629 = i32 class, 8 x i32 info, 3 doubles, 2 x i64, 2 doubles, text name, text compute info, byte
-// shown, i32 list id, i32 aux,
-//                 i32 class, 3 doubles, i32 normalized, double rms, i64 aux, 3 doubles, 2 x i32
+//                 i32 channel flag, channels x WAVEICADATA (only when the flag is not 0)
+// info 20180629 = i32 class, 8 x i32 info, 3 doubles, 2 x i64, 2 doubles, text name, text compute info,
+//                 byte shown, i32 list id, i32 aux, i32 class, 3 doubles, i32 normalized, double rms, i64 aux,
+//                 3 doubles, 2 x i32
 // info 20160311 = the same without the second class, and with the compute info behind the rms
 #include <icawave/TrialIcaData.h>
 

@@ -64,8 +64,8 @@ QtUser::QtUser() {
 void QtUser::click(CDialogEx& dialog, std::int32_t id) {
     QApplication::processEvents();
     if (auto* button = widget(dialog).findChild<QAbstractButton*>(QString::number(id)))
-        return test::click(*button,
-                           {button->height() / 2, button->height() / 2}); // a box is pressed at its mark
+        // A box is pressed at its mark.
+        return test::click(*button, {button->height() / 2, button->height() / 2});
     for (const auto& [menu, action] : path(*widget(dialog).findChild<QMenuBar*>(), id))
         test::click(*menu, area(menu, action).center());
     QApplication::processEvents(); // a command of a menu comes after the click

@@ -13,8 +13,8 @@ int main(int argc, char** argv) {
     qputenv("XDG_CONFIG_HOME", settings.path().toLocal8Bit());
     QApplication::setAttribute(Qt::AA_DontUseNativeDialogs); // the platform's own take no events of ours
     const QApplication application(argc, argv);
-    QWindow somewhere; // without a pointer ever seen, Qt 6.8 takes a first click in a menu for the one that
-                       // opened it
+    // Without a pointer ever seen, Qt 6.8 takes a first click in a menu for the one that opened it.
+    QWindow somewhere;
     somewhere.resize(9, 9);
     QTest::mouseMove(&somewhere);
     return RUN_ALL_TESTS();

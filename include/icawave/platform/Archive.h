@@ -64,8 +64,8 @@ public:
     CArchive& operator>>(bool& value);
     CArchive& operator>>(CString& text); // the text keeps its value when an exception is raised
 
-    std::int64_t Read(void* buffer,
-                      std::int64_t count); // the bytes read: fewer than count only at the end of the file
+    // The bytes read: fewer than count only at the end of the file.
+    std::int64_t Read(void* buffer, std::int64_t count);
     void Write(const void* buffer, std::int64_t count);
 
     // Storing: hands the buffered bytes to the file. Inside a nested record the file goes on gathering them;

@@ -39,8 +39,8 @@ public:
     bool Open(CString path, std::uint32_t flags);
     CString GetFilePath() const { return m_path; } // as given to Open; empty for a file without one
 
-    virtual std::int64_t Read(void* buffer,
-                              std::int64_t count); // the bytes read: fewer than count only at the end
+    // The bytes read: fewer than count only at the end.
+    virtual std::int64_t Read(void* buffer, std::int64_t count);
     virtual void Write(const void* buffer, std::int64_t count);
     virtual void Flush(); // hands the buffered bytes to the system; does not wait for the disk
     virtual std::int64_t Seek(std::int64_t offset, std::uint32_t from); // the new position
@@ -59,8 +59,8 @@ private:
     bool m_writing = false;
     int m_unwinding; // exceptions in flight when the object was made
     CString m_path;
-    std::int64_t m_position =
-        0; // of the descriptor: behind the bytes read ahead, before those yet to be written
+    // Of the descriptor: behind the bytes read ahead, before those yet to be written.
+    std::int64_t m_position = 0;
     std::unique_ptr<std::byte[]> m_buffer;
     std::int64_t m_next = 0;      // reading: the first byte not yet handed out; writing: the bytes gathered
     std::int64_t m_filled = 0;    // reading: the end of the bytes read ahead
@@ -79,8 +79,8 @@ public:
     std::span<const std::byte> bytes() const noexcept { return m_readOnly ? m_view : std::span(m_bytes); }
 
     std::int64_t Read(void* buffer, std::int64_t count) override;
-    void Write(const void* buffer,
-               std::int64_t count) override; // the view refuses: CFileException, accessDenied
+    // The view refuses: CFileException, accessDenied.
+    void Write(const void* buffer, std::int64_t count) override;
     void Flush() override {}
     std::int64_t Seek(std::int64_t offset, std::uint32_t from) override;
     std::int64_t GetPosition() const override { return m_offset; }

@@ -67,9 +67,9 @@ public:
     virtual void messageBox(const CString& text); // with one button, OK; returns when it was pressed
     virtual std::optional<CString>
     fileDialog(const FileDialogRequest& request); // the path chosen; nothing: cancelled
-    virtual std::int32_t popupMenu(const std::vector<MenuItem>& items, std::int32_t x,
-                                   std::int32_t y); // the command, or 0
-    virtual void beginWaitCursor() {}               // calls nest; each is matched by one endWaitCursor
+    // The command, or 0.
+    virtual std::int32_t popupMenu(const std::vector<MenuItem>& items, std::int32_t x, std::int32_t y);
+    virtual void beginWaitCursor() {} // calls nest; each is matched by one endWaitCursor
     virtual void endWaitCursor() {}
     virtual DialogBaseUnits dialogBaseUnits() { return {}; }
     virtual std::unique_ptr<WindowPeer>

@@ -52,9 +52,9 @@ public:
     static const CRuntimeClass classCListCtrl;
     const CRuntimeClass* GetRuntimeClass() const override { return &classCListCtrl; }
 
-    std::int32_t
-    InsertColumn(std::int32_t column, const CString& title, std::int32_t format, std::int32_t width,
-                 std::int32_t subItem); // the position given, or -1; format 0: left-aligned; width in pixels
+    // The position given, or -1; format 0: left-aligned; width in pixels.
+    std::int32_t InsertColumn(std::int32_t column, const CString& title, std::int32_t format,
+                              std::int32_t width, std::int32_t subItem);
     bool DeleteColumn(std::int32_t column); // with its cells
     std::int32_t GetColumnCount() const { return static_cast<std::int32_t>(m_columns.size()); }
     CString GetColumnText(std::int32_t column) const;
@@ -62,8 +62,8 @@ public:
     std::int32_t GetColumnWidth(std::int32_t column) const;
     std::int32_t GetColumnSubItem(std::int32_t column) const; // only kept
 
-    std::int32_t InsertItem(std::int32_t row, const CString& text,
-                            std::int32_t image); // the row given: past the end appends; -1 below 0
+    // The row given: past the end appends; -1 below 0.
+    std::int32_t InsertItem(std::int32_t row, const CString& text, std::int32_t image);
     bool DeleteItem(std::int32_t row);
     bool DeleteAllItems();
     std::int32_t GetItemCount() const { return static_cast<std::int32_t>(m_rows.size()); }
@@ -71,9 +71,9 @@ public:
     bool SetItemText(std::int32_t row, std::int32_t column, const CString& text);
     std::int32_t GetItemImage(std::int32_t row) const;                      // -1 for a missing row
     std::uint32_t GetItemState(std::int32_t row, std::uint32_t mask) const; // 0 for a missing row
-    bool SetItemState(std::int32_t row, std::uint32_t state,
-                      std::uint32_t mask); // one row at the most has the focus
-    std::int32_t focusedRow() const;       // -1: none
+    // One row at the most has the focus.
+    bool SetItemState(std::int32_t row, std::uint32_t state, std::uint32_t mask);
+    std::int32_t focusedRow() const; // -1: none
 
     std::uint32_t GetExtendedStyle() const { return m_extendedStyle; }
     void SetExtendedStyle(std::uint32_t style);               // replaces all bits

@@ -24,9 +24,8 @@ public:
     std::int32_t GetMenuItemCount() const;
     CMenu* GetSubMenu(std::int32_t position) const; // stays the menu's; null when that item has none
     icawave::MenuItem GetMenuItem(std::int32_t position) const;
-    const CMenu*
-    find(std::int32_t id,
-         std::int32_t& position) const; // the menu that has a command, at any depth; null when none has
+    // The menu that has a command, at any depth; null when none has.
+    const CMenu* find(std::int32_t id, std::int32_t& position) const;
 
     bool EnableMenuItem(std::int32_t id, bool enabled); // false when there is no such command
     bool CheckMenuItem(std::int32_t id, bool checked);

@@ -48,8 +48,8 @@ namespace message {
 inline constexpr std::uint32_t size = 0x0005;   // lParam: client width | height << 16
 inline constexpr std::uint32_t close = 0x0010;  // the close box
 inline constexpr std::uint32_t notify = 0x004E; // wParam: control's id; lParam: a Notification
-inline constexpr std::uint32_t contextMenu =
-    0x007B; // wParam: the CWnd under the request; lParam: x | y << 16 on the screen, pixels
+// wParam: the CWnd under the request; lParam: x | y << 16 on the screen, pixels.
+inline constexpr std::uint32_t contextMenu = 0x007B;
 inline constexpr std::uint32_t setIcon = 0x0080;         // wParam: 1 the large icon; lParam: an IconResource
 inline constexpr std::uint32_t command = 0x0111;         // wParam: the id of a control or menu item
 inline constexpr std::uint32_t reflectedNotify = 0xBC4E; // a notification offered to the control itself first
@@ -103,9 +103,9 @@ protected:
 public:
     bool IsKindOf(const CRuntimeClass* runtimeClass) const;
 
-    bool Create(bool visible, std::int32_t width,
-                std::int32_t height); // false when there is a window already
-    bool DestroyWindow();             // with its children
+    // False when there is a window already.
+    bool Create(bool visible, std::int32_t width, std::int32_t height);
+    bool DestroyWindow(); // with its children
 
     bool ShowWindow(std::int32_t command);          // 0 hides, others show; whether it was visible before
     bool IsWindowVisible() const;                   // and so are its parents
