@@ -22,6 +22,7 @@ foreach(program icawave_cli icawave_manager)
 endforeach()
 
 file(RELATIVE_PATH prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" prefix_from_pkgconfig ${prefix_from_pkgconfig})
 if(NOT BUILD_SHARED_LIBS) # whoever links it must name the libraries of C++
   set(static_cflags " -DICAWAVE_STATIC")
   foreach(library IN LISTS CMAKE_CXX_IMPLICIT_LINK_LIBRARIES)

@@ -49,7 +49,7 @@ void requireCommand(const CLI::App& app, const std::string& word) {
 
 void run(int argc, char** argv) {
     CLI::App app("Inspects, converts and stores component analyses of MEG and EEG recordings.", "icawave");
-    app.set_version_flag("--version", std::string("icawave ") + libraryVersion());
+    app.set_version_flag("--version", std::string("icawave ") + icawave::libraryVersion());
     app.footer(statuses);
     app.require_subcommand(1);
     for (const auto add : allCommands) add(app);
