@@ -25,6 +25,8 @@ namespace icawave {
 
 class ICAWAVE_EXPORT ScriptedFrontEnd : public UiFrontEnd {
 public:
+    ScriptedFrontEnd() {} // written out, so that a constant one may stand without an initializer
+
     // What the user was asked, oldest first.
     std::vector<CString> messages;
     std::vector<FileDialogRequest> fileDialogs;
