@@ -60,7 +60,7 @@ template <class Pass, double Pass::*field>
 void totalOf(CTrialIcaDatazq& d) {
     double total = 0.0;
     icawave::passOverChannels(
-        d.m_chnlIcaData, d.m_chnlTotal, 0, icawave::heldValues, [](const CChnlIcaData&) { return Pass(); },
+        d.m_chnlIcaData, d.m_chnlTotal, 0, icawave::valueCount, [](const CChnlIcaData&) { return Pass(); },
         [&](const CChnlIcaData&, const Pass& pass) { total += pass.*field; });
     const volatile double used = total;
     static_cast<void>(used);

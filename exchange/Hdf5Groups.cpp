@@ -34,7 +34,7 @@ public:
 
 private:
     static constexpr std::size_t entryBytes = 40;
-    static constexpr std::uint32_t mostHeaderBytes = 65536;
+    static constexpr std::uint32_t maxHeaderBytes = 65536;
 
     template <class T>
     static T number(const Block& block, std::size_t at) {
@@ -57,7 +57,7 @@ private:
     std::optional<std::uint64_t> tableOf(std::uint64_t header) {
         const Block start = read(header, 16);
         if (start.empty() || start[0] != 1) return std::nullopt;
-        Block messages = read(header + 16, std::min(number<std::uint32_t>(start, 8), mostHeaderBytes));
+        Block messages = read(header + 16, std::min(number<std::uint32_t>(start, 8), maxHeaderBytes));
         for (std::size_t at = 0; at + 24 <= messages.size();
              at += 8 + number<std::uint16_t>(messages, at + 2)) {
             const auto type = number<std::uint16_t>(messages, at);
@@ -65,8 +65,8 @@ private:
             if (type == 0x11) return address;
             if (type != 0x10) continue;
             const auto bytes =
-                std::min<std::uint64_t>(number<std::uint64_t>(messages, at + 16), mostHeaderBytes);
-            const Block more = messages.size() < mostHeaderBytes ? read(address, bytes) : Block();
+                std::min<std::uint64_t>(number<std::uint64_t>(messages, at + 16), maxHeaderBytes);
+            const Block more = messages.size() < maxHeaderBytes ? read(address, bytes) : Block();
             messages.insert(messages.end(), more.begin(), more.end());
         }
         return std::nullopt;
@@ -78,12 +78,12 @@ private:
     }
 
     // Of the tree's node at the address; nodes of level 0 lead to the tables.
-    bool isWholeTree(std::uint64_t address, int mostLevel) {
+    bool isWholeTree(std::uint64_t address, int maxLevel) {
         const Block tree = read(address, m_treeBytes);
         if (tree.empty() || std::string_view(tree.data(), 4) != "TREE" || tree[4] != 0) return false;
         const int level = static_cast<unsigned char>(tree[5]);
         const std::size_t children = number<std::uint16_t>(tree, 6);
-        if (level > mostLevel || !isZeroFrom(tree, 24 + children * 16 + 8)) return false;
+        if (level > maxLevel || !isZeroFrom(tree, 24 + children * 16 + 8)) return false;
         for (std::size_t k = 0; k < children; ++k) {
             const auto child = number<std::uint64_t>(tree, 32 + 16 * k);
             if (++m_visited > m_end / 64) return false; // a tree that leads back to itself

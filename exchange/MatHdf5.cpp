@@ -46,7 +46,7 @@ struct Request { // the path of the array follows, "EEG/reject/gcompreject"
     std::uint32_t pathBytes = 0;
 };
 
-constexpr std::uint32_t mostDimensions = H5S_MAX_RANK;
+constexpr std::uint32_t maxDimensions = H5S_MAX_RANK;
 
 // The child -------------------------------------------------------------------------------------------------
 
@@ -371,7 +371,7 @@ private:
         if (!classed && number) answer.type = number->type;
         if (flagAttribute(dataset, "MATLAB_empty")) { // its values are its sizes
             if (!number || number->storage != MatStorage::uint64 || found.sizes[0] != 1 ||
-                found.sizes.size() != 2 || found.sizes[1] < 2 || found.sizes[1] > mostDimensions)
+                found.sizes.size() != 2 || found.sizes[1] < 2 || found.sizes[1] > maxDimensions)
                 refuse("an empty array does not state its sizes");
             const std::vector<std::byte> stated = ValueReader(dataset, m_fileBytes).read();
             found.sizes.resize(stated.size() / sizeof(std::int64_t));
@@ -463,7 +463,7 @@ public:
                           "damaged MAT-file: " + (what.empty() ? "it asks for too much memory" : what));
         }
         if (answer.outcome != Outcome::found || answer.type < MatClass::cell ||
-            answer.type > MatClass::opaque || answer.rank < 2 || answer.rank > mostDimensions)
+            answer.type > MatClass::opaque || answer.rank < 2 || answer.rank > maxDimensions)
             nonsense();
         reply.sizes.resize(answer.rank);
         receive(reply.sizes.data(), answer.rank * sizeof(std::int64_t));

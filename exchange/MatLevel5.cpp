@@ -22,7 +22,7 @@ using Bytes = std::span<const std::byte>;
 constexpr std::size_t headerBytes = 128;
 constexpr std::uint32_t typeInt8 = 1, typeInt32 = 5, typeUint32 = 6, typeMatrix = 14, typeCompressed = 15;
 constexpr std::uint32_t complexFlag = 0x0800;
-constexpr std::size_t mostFields = 65536; // of one structure
+constexpr std::size_t maxFields = 65536; // of one structure
 
 struct Element {
     std::uint32_t type = 0;
@@ -182,7 +182,7 @@ private:
         if (length < 1 || names.size() % static_cast<std::size_t>(length) != 0)
             elements.damaged("a structure's field names are incomplete");
         const std::size_t fields = names.size() / static_cast<std::size_t>(length);
-        if (fields > mostFields) elements.damaged("a structure has too many fields");
+        if (fields > maxFields) elements.damaged("a structure has too many fields");
         for (std::size_t k = 0; k < fields && count == 1; ++k) {
             const std::string_view padded = names.substr(k * length, length);
             m_names.push_back(padded.substr(0, padded.find('\0')));

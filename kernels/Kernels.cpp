@@ -17,7 +17,7 @@ struct PlainLoops {
         return std::max(begin, stop);
     }
 
-    static std::int64_t chain(const double*, std::int64_t begin, std::int64_t, RangeAndSumPass&) {
+    static std::int64_t orderedSum(const double*, std::int64_t begin, std::int64_t, RangeAndSumPass&) {
         return begin;
     }
 
@@ -34,7 +34,7 @@ struct PlainLoops {
     }
 };
 
-constexpr Kernels plainKernels = {"plain loops", AllPasses::table<PlainLoops>(), PlainLoops::chain,
+constexpr Kernels plainKernels = {"plain loops", AllPasses::table<PlainLoops>(), PlainLoops::orderedSum,
                                   PlainLoops::divide, PlainLoops::transpose};
 
 } // namespace

@@ -23,7 +23,8 @@ struct Kernels {
     }
 
     // Takes samples of one array, as long as whole blocks are left; returns the first that is left.
-    std::int64_t (*chain)(const double* values, std::int64_t begin, std::int64_t stop, RangeAndSumPass& pass);
+    std::int64_t (*orderedSum)(const double* values, std::int64_t begin, std::int64_t stop,
+                               RangeAndSumPass& pass);
 
     // Divides values; returns how many.
     std::int64_t (*divide)(double* values, std::int64_t count, double divisor);

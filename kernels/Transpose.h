@@ -20,8 +20,8 @@ void transposeRows(std::int64_t rows, std::int64_t columns, From from, To to) {
     const auto transpose = kernels().transpose;
 
     // Asks for `count` more rows from `next` on, columns begin ... stop - 1 of them.
-    const auto askFor = [](auto row, std::int64_t& next, std::int64_t end, std::int64_t count,
-                           std::int64_t begin, std::int64_t stop) {
+    const auto prefetchRows = [](auto row, std::int64_t& next, std::int64_t end, std::int64_t count,
+                                 std::int64_t begin, std::int64_t stop) {
         constexpr std::int64_t lineValues = 8;
         constexpr int secondLevel = 2;
         for (const std::int64_t reached = std::min(next + count, end); next < reached; ++next) {
@@ -41,8 +41,8 @@ void transposeRows(std::int64_t rows, std::int64_t columns, From from, To to) {
             std::int64_t nextIn = nextR0, nextOut = nextC0;
             for (std::int64_t c = c0; c < c1; c += side) {
                 for (std::int64_t r = r0; r < r1; r += side) {
-                    askFor(from, nextIn, nextR1, share, nextC0, nextC1);
-                    askFor(to, nextOut, nextC1, share, nextR0, nextR1);
+                    prefetchRows(from, nextIn, nextR1, share, nextC0, nextC1);
+                    prefetchRows(to, nextOut, nextC1, share, nextR0, nextR1);
                     const double* in[side];
                     double* out[side];
                     for (int k = 0; k < side; ++k) {

@@ -89,7 +89,7 @@ void DialogWidget::showState() {
     setAccessibleName(windowTitle());
     if (m_icon != m_dialog->icon()) {
         m_icon = m_dialog->icon();
-        setWindowIcon(m_icon ? pictures(&m_icon->small, &m_icon->large) : QIcon());
+        setWindowIcon(m_icon ? makeIcon(&m_icon->small, &m_icon->large) : QIcon());
     }
     showSize();
     for (QWidget* widget : m_client->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {

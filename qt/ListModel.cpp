@@ -52,7 +52,7 @@ QIcon ListModel::icon(int row, const QColor& ink) const {
     const CImageList* large = list ? list->GetImageList(0) : nullptr;
     if (!small) return {};
     const int image = list->GetItemImage(row);
-    return pictures(small->GetImage(image), large ? large->GetImage(image) : nullptr, ink);
+    return makeIcon(small->GetImage(image), large ? large->GetImage(image) : nullptr, ink);
 }
 
 int ListModel::columnCount(const QModelIndex& parent) const {

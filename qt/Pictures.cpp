@@ -64,7 +64,7 @@ private:
 
 } // namespace
 
-QIcon pictures(const IconImage* small, const IconImage* large, const QColor& ink) {
+QIcon makeIcon(const IconImage* small, const IconImage* large, const QColor& ink) {
     return small || large ? QIcon(new PictureEngine(small, large, ink)) : QIcon();
 }
 

@@ -117,7 +117,8 @@ TEST_F(KernelLevels, ChainsAndQuotientsAreThoseOfOneValueAfterTheOther) {
             for (const int k : {0, 2, 3}) {
                 const RangeAndSumPassOf<double> before(start);
                 RangeAndSumPassOf<double> pass = before;
-                const std::int64_t reached = level.chain(arrays[k].data(), 0, std::ssize(arrays[k]), pass);
+                const std::int64_t reached =
+                    level.orderedSum(arrays[k].data(), 0, std::ssize(arrays[k]), pass);
                 ASSERT_EQ(bitsOf(pass), bitsOf(plain(before, arrays[k], 0, reached))) << start;
             }
 

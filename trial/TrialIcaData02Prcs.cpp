@@ -8,15 +8,15 @@
 
 #include <cmath>
 
-using icawave::heldValues;
 using icawave::valueAt;
+using icawave::valueCount;
 
 namespace {
 
 // The samples of a channel among the data set's first m_totalSample.
 auto countedSamples(const CTrialIcaData& dataSet) {
     return [total = dataSet.m_totalSample](const CChnlIcaData& channel) {
-        return std::min(total, heldValues(channel));
+        return std::min(total, valueCount(channel));
     };
 }
 
@@ -52,7 +52,7 @@ std::int32_t CTrialIcaData02Prcs::checkDataRange() {
     for (std::int64_t k = 0; k < m_chnlTotal; ++k) {
         const std::int64_t n = countedSamples(*this)(m_chnlIcaData[k]);
         const double* values = m_chnlIcaData[k].m_data;
-        icawave::takeValues(values, icawave::kernels().chain(values, 0, n, pass), n, pass);
+        icawave::takeValues(values, icawave::kernels().orderedSum(values, 0, n, pass), n, pass);
         if (n < m_totalSample) pass.take(0.0); // the samples that are missing
     }
     m_dataMin = pass.min;
@@ -66,11 +66,11 @@ CString CTrialIcaData02Prcs::getStatistics() {
     double means = 0.0, magnitudes = 0.0, roots = 0.0;
     const std::int64_t channels = m_chnlIcaData ? std::max<std::int64_t>(m_chnlTotal, 0) : 0;
     icawave::passOverChannels(
-        m_chnlIcaData, channels, 0, heldValues,
+        m_chnlIcaData, channels, 0, valueCount,
         [](const CChnlIcaData& channel) { return icawave::StatisticsPass(valueAt(channel, 0)); },
         [&](const CChnlIcaData& channel, const icawave::StatisticsPass& pass) {
             icawave::mergeInto(range, pass);
-            const auto n = static_cast<double>(std::max<std::int64_t>(heldValues(channel), 1));
+            const auto n = static_cast<double>(std::max<std::int64_t>(valueCount(channel), 1));
             means += pass.sum / n;
             magnitudes += pass.magnitudes / n;
             roots += std::sqrt(pass.squares / n);
@@ -87,7 +87,7 @@ std::int32_t CTrialIcaData02Prcs::zeroSelection() {
     if (isEmpty(*this)) return 0;
     const std::int64_t begin = std::max<std::int64_t>(m_selectBegin, 0);
     for (std::int64_t k = 0; k < m_chnlTotal; ++k) {
-        const std::int64_t held = heldValues(m_chnlIcaData[k]);
+        const std::int64_t held = valueCount(m_chnlIcaData[k]);
         const std::int64_t stop = m_selectEnd < held ? m_selectEnd + 1 : held;
         if (begin < stop) std::fill(m_chnlIcaData[k].m_data + begin, m_chnlIcaData[k].m_data + stop, 0.0);
     }

@@ -7,8 +7,8 @@
 #include "trial/Values.h"
 
 using icawave::clampIndex;
-using icawave::heldValues;
 using icawave::valueAt;
+using icawave::valueCount;
 
 double CTrialIcaData::getValue(std::int64_t pt, std::int64_t ica) {
     if (ica == -1) ica = m_selectIca;
@@ -24,7 +24,7 @@ double CTrialIcaData::getValueSelect(std::int64_t begin, std::int64_t end, std::
     end = clampIndex(end == -1 ? m_selectEnd : end, m_totalSample);
     if (begin > end || m_totalSample < 1) return 0.0;
     const CChnlIcaDatazq& channel = m_chnlIcaData[ica];
-    const std::int64_t stop = std::min(end + 1, heldValues(channel));
+    const std::int64_t stop = std::min(end + 1, valueCount(channel));
     double sum = 0.0;
     for (std::int64_t i = begin; i < stop; ++i) sum += channel.m_data[i];
     return sum / static_cast<double>(end - begin + 1);
@@ -48,7 +48,7 @@ std::int32_t CTrialIcaData::getIcaDataRange(double& min, double& max, bool selec
     std::optional<icawave::RangePass> range;
     double total = 0.0;
     icawave::passOverChannels(
-        m_chnlIcaData, m_chnlTotal, 0, heldValues,
+        m_chnlIcaData, m_chnlTotal, 0, valueCount,
         [](const CChnlIcaData& channel) { return icawave::RangeAndSumPass(valueAt(channel, 0)); },
         [&](const CChnlIcaData&, const icawave::RangeAndSumPass& pass) {
             icawave::mergeInto(range, pass);
@@ -66,7 +66,7 @@ std::int32_t CTrialIcaData::getData2MCohTimSnsSns(CMMatrix1Dzq*& mtx, std::int64
         // A sample count from a damaged file costs no more than the channels justify.
         std::int64_t longest = 0;
         for (std::int64_t k = 0; k < m_chnlTotal; ++k)
-            longest = std::max(longest, heldValues(m_chnlIcaData[k]));
+            longest = std::max(longest, valueCount(m_chnlIcaData[k]));
         mtx = m_totalSample <= longest ? icawave::newArray<CMMatrix1Dzq>(m_totalSample) : nullptr;
         if (!mtx) return 0;
         count = m_totalSample;
@@ -77,7 +77,7 @@ std::int32_t CTrialIcaData::getData2MCohTimSnsSns(CMMatrix1Dzq*& mtx, std::int64
         if (!mtx[t].checkInitData(m_chnlTotal, false)) return 0;
     }
     std::int64_t whole = 0; // channels before the first that lacks samples
-    while (whole < m_chnlTotal && heldValues(m_chnlIcaData[whole]) >= count) ++whole;
+    while (whole < m_chnlTotal && valueCount(m_chnlIcaData[whole]) >= count) ++whole;
     icawave::transposeRows(
         whole, count, [&](std::int64_t k) { return m_chnlIcaData[k].m_data; },
         [&](std::int64_t t) { return mtx[t].getData(); });
@@ -98,7 +98,7 @@ std::int32_t CTrialIcaData::setData4Mica(CMMatrix1Dzq* mtx, std::int64_t nTime) 
     const bool keepsChannels = m_chnlIcaData && verifyWavIcaDataSize(nChnl, nTime);
     if (!complete && keepsChannels) { // samples that stay unset hold what they held, or zeros in a new buffer
         for (std::int64_t k = 0; k < nChnl; ++k) {
-            if (heldValues(m_chnlIcaData[k]) != nTime) m_chnlIcaData[k].checkInitData(nTime, true);
+            if (valueCount(m_chnlIcaData[k]) != nTime) m_chnlIcaData[k].checkInitData(nTime, true);
         }
     }
     if (!checkInitSnsIcaData(nChnl, nTime, !complete && !keepsChannels)) return 0;
@@ -121,7 +121,7 @@ std::int32_t CTrialIcaData::addMSnsSnsTimID(CMMatrix1Dzq* vec, std::int64_t t) {
     const double* values = vec->getData();
     if (!values || vec->getSize() < 1 || vec->getSize() != m_chnlTotal) return 0;
     for (std::int64_t k = 0; k < m_chnlTotal; ++k) {
-        if (t < heldValues(m_chnlIcaData[k])) m_chnlIcaData[k].m_data[t] = values[k];
+        if (t < valueCount(m_chnlIcaData[k])) m_chnlIcaData[k].m_data[t] = values[k];
     }
     return 1;
 }

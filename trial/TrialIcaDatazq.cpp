@@ -7,7 +7,7 @@
 
 #include <memory>
 
-using icawave::heldValues;
+using icawave::valueCount;
 
 std::int32_t CTrialIcaDatazq::sumDatSetSns(const CTrialIcaDatazq& other) {
     if (!other.m_chnlIcaData || other.m_chnlTotal < 1 || !m_chnlIcaData || m_chnlTotal < 1) return 0;
@@ -15,7 +15,7 @@ std::int32_t CTrialIcaDatazq::sumDatSetSns(const CTrialIcaDatazq& other) {
     for (std::int64_t k = 0; k < m_chnlTotal; ++k) {
         double* sums = m_chnlIcaData[k].m_data;
         const double* values = other.m_chnlIcaData[k].m_data;
-        const std::int64_t n = std::min(heldValues(m_chnlIcaData[k]), heldValues(other.m_chnlIcaData[k]));
+        const std::int64_t n = std::min(valueCount(m_chnlIcaData[k]), valueCount(other.m_chnlIcaData[k]));
         for (std::int64_t i = 0; i < n; ++i) sums[i] += values[i];
     }
     return 1;
@@ -29,7 +29,7 @@ std::int32_t CTrialIcaDatazq::accumulateTime1() {
     CChnlIcaDatazq* next = means.get();
     icawave::passOverChannels(
         m_chnlIcaData, m_chnlTotal, 0,
-        [this](const CChnlIcaData& channel) { return std::min(m_totalSample, heldValues(channel)); },
+        [this](const CChnlIcaData& channel) { return std::min(m_totalSample, valueCount(channel)); },
         [](const CChnlIcaData&) { return icawave::SumPass(); },
         [&](const CChnlIcaData& channel, const icawave::SumPass& pass) {
             CChnlIcaDatazq& mean = *next++;

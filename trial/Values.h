@@ -27,12 +27,12 @@ inline std::int64_t clampIndex(std::int64_t index, std::int64_t count) {
 }
 
 // The values that a channel really holds, whatever a file said.
-inline std::int64_t heldValues(const CChnlIcaData& channel) {
+inline std::int64_t valueCount(const CChnlIcaData& channel) {
     return channel.m_data ? std::max<std::int64_t>(channel.m_size, 0) : 0;
 }
 
 inline double valueAt(const CChnlIcaData& channel, std::int64_t sample) {
-    return sample >= 0 && sample < heldValues(channel) ? channel.m_data[sample] : 0.0;
+    return sample >= 0 && sample < valueCount(channel) ? channel.m_data[sample] : 0.0;
 }
 
 // Runs a pass over samples begin ... stop(channel) - 1 of channels 0 ... count - 1 and hands each result over
@@ -81,11 +81,11 @@ std::optional<Pass> rangeOf(const CTrialIcaData& dataSet, std::int64_t begin, st
     const Pass start = range;
     passOverChannels(
         first, last - first, begin,
-        [&](const CChnlIcaData& channel) { return std::max(begin, std::min(end + 1, heldValues(channel))); },
+        [&](const CChnlIcaData& channel) { return std::max(begin, std::min(end + 1, valueCount(channel))); },
         [&](const CChnlIcaData&) { return start; },
         [&](const CChnlIcaData& channel, const Pass& pass) {
             range.merge(pass);
-            if (counts(channel) && end >= heldValues(channel)) range.take(0.0);
+            if (counts(channel) && end >= valueCount(channel)) range.take(0.0);
         });
     return range;
 }

@@ -14,7 +14,7 @@ namespace {
 constexpr const char* neitherKind = "neither a package nor a data set file";
 
 // Opening a package without an index loads, searches and checks all of it.
-constexpr int readingsOfWalk = 3;
+constexpr int readingsOfScan = 3;
 
 class InputFile : public CFile {
 public:
@@ -123,7 +123,7 @@ Input::Input(const std::string& path, int readings) : m_path(path), m_progress("
     }
     try {
         const auto whenRead = [this](std::int64_t bytes) { m_progress.update(m_bytesRead = bytes); };
-        m_progress.expect((readingsOfWalk + readings) * bytesOf(path));
+        m_progress.expect((readingsOfScan + readings) * bytesOf(path));
         m_package.emplace(path, whenRead);
         m_progress.expect(m_bytesRead + readings * m_package->size());
     } catch (const FileError&) {

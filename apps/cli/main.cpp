@@ -37,14 +37,14 @@ std::size_t distance(std::string_view a, std::string_view b) {
 }
 
 void requireCommand(const CLI::App& app, const std::string& word) {
-    constexpr std::size_t mostTypingErrors = 2;
+    constexpr std::size_t maxTypingErrors = 2;
     const std::vector<const CLI::App*> commands = app.get_subcommands([](const CLI::App*) { return true; });
     const auto errors = [&](const CLI::App* command) { return distance(word, command->get_name()); };
     const CLI::App* const nearest = *std::ranges::min_element(commands, {}, errors);
     if (errors(nearest) == 0) return;
     throw Failure("no command " + word,
-                  (errors(nearest) <= mostTypingErrors ? "did you mean " + nearest->get_name() + "?"
-                                                       : "icawave --help lists them"));
+                  (errors(nearest) <= maxTypingErrors ? "did you mean " + nearest->get_name() + "?"
+                                                      : "icawave --help lists them"));
 }
 
 void run(int argc, char** argv) {

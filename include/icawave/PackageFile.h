@@ -5,7 +5,7 @@
 // The index says where each data set's record lies, its checksum and what a list shows of it. So a file of
 // any size is listed and one data set is read without the rest, any changed byte is found, and the undamaged
 // data sets of a damaged file are saved. Readers that know only the record stop before the index; a file
-// without one opens too, by walking its records. docs/FORMAT.md has the bytes.
+// without one opens too, by scanning its records. docs/FORMAT.md has the bytes.
 //
 //     PackageFile::save("trials.icpkg", package);
 //
@@ -130,7 +130,7 @@ ICAWAVE_EXPORT void setInfo(CFaceIca& package, const PackageInfo& info); // its 
 // not count.
 class ICAWAVE_EXPORT PackageFile {
 public:
-    // Reads the index, or walks the records of a file whose index is missing or damaged. Then data sets that
+    // Reads the index, or scans the records of a file whose index is missing or damaged. Then data sets that
     // cannot be loaded are faults and not in the list. FileError for a file in which there is neither a
     // package nor a data set. `whenRead` is told the bytes read so far, now and then, as long as this file is
     // open.

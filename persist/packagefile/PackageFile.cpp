@@ -70,10 +70,10 @@ PackageFile::Contents::Contents(const CString& path, const std::string& name,
     const IndexState state = loadIndex(file, index, recordEnd);
     hasIndex = state == IndexState::sound;
     if (hasIndex) return;
-    Walked walked = walkRecords(file);
-    index = std::move(walked.index);
-    recordEnd = walked.recordEnd;
-    faults = std::move(walked.faults);
+    RecoveredRecords found = scanRecords(file);
+    index = std::move(found.index);
+    recordEnd = found.recordEnd;
+    faults = std::move(found.faults);
     index.rest = checksumOfRest(file, index.entries, recordEnd);
     if (state == IndexState::damaged && (faults.empty() || faults.back().record != "index"))
         faults.push_back({recordEnd, "index", "the index is damaged"});

@@ -12,13 +12,13 @@ namespace icawave {
 
 namespace {
 
-constexpr int mostLinks = 40; // as the system's own limit
-constexpr int mostNames = 1000;
+constexpr int maxLinks = 40; // as the system's own limit
+constexpr int maxNames = 1000;
 
 // Where a chain of symbolic links leads, to an existing file or not.
 std::filesystem::path followLinks(std::filesystem::path path) {
     std::error_code ignored;
-    for (int k = 0; k < mostLinks && std::filesystem::is_symlink(path, ignored); ++k)
+    for (int k = 0; k < maxLinks && std::filesystem::is_symlink(path, ignored); ++k)
         path = path.parent_path() / std::filesystem::read_symlink(path, ignored);
     return path;
 }
@@ -72,7 +72,7 @@ void AtomicFile::createTemporary(const std::string& folder, std::uint32_t permis
     static std::atomic<std::uint32_t> next = 0;
     int error = EEXIST;
     std::string name;
-    for (int k = 0; k < mostNames && error == EEXIST; ++k) {
+    for (int k = 0; k < maxNames && error == EEXIST; ++k) {
         name = folder + "/.icawave-" + std::to_string(system::processNumber()) + "-" + std::to_string(next++);
         error = system::open(name.c_str(), system::Open::createNew, m_temporary.descriptor, permissions);
     }

@@ -102,7 +102,7 @@ IndexState loadIndex(const InputFile& file, PackageIndex& index, std::int64_t& r
 }
 
 bool isIndexAt(const InputFile& file, std::int64_t offset) {
-    const std::string keyword = storedText(indexKeyword);
+    const std::string keyword = encodedText(indexKeyword);
     std::string found(keyword.size(), '\0');
     const std::int64_t got = file.readAt(offset, found.data(), static_cast<std::int64_t>(found.size()));
     return got > 0 &&

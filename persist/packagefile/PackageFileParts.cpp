@@ -139,7 +139,7 @@ std::optional<ArchiveFault> loadDataSet(FilePart& part, std::int64_t number, CTr
                         fault->text};
 }
 
-std::string storedText(const char* keyword) {
+std::string encodedText(const char* keyword) {
     CMemFile file;
     CArchive archive(&file, CArchive::store);
     archive << CString(keyword);

@@ -112,7 +112,7 @@ struct PackageFile::Contents {
     InputFile file;
     bool hasIndex = false;
     std::int64_t recordEnd = 0;
-    PackageIndex index; // as stored, or as the walk found it
+    PackageIndex index; // as stored, or as the scan found it
     std::vector<ArchiveFault> faults;
 };
 
@@ -141,14 +141,14 @@ IndexState loadIndex(const InputFile& file, PackageIndex& index, std::int64_t& r
 bool isIndexAt(const InputFile& file, std::int64_t offset);
 
 // Finds the data sets without an index. FileError when there is neither a package nor a data set.
-struct Walked {
+struct RecoveredRecords {
     PackageIndex index;
     std::int64_t recordEnd = 0;
     std::vector<ArchiveFault> faults;
 };
-Walked walkRecords(const InputFile& file);
+RecoveredRecords scanRecords(const InputFile& file);
 
-std::string storedText(const char* keyword); // the bytes of a text, as an archive stores it
+std::string encodedText(const char* keyword); // the bytes of a text, as an archive stores it
 
 template <class Take>
 void InputFile::forEachPiece(std::int64_t begin, std::int64_t end, Take&& take) const {

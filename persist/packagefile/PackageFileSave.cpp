@@ -44,7 +44,7 @@ struct PackageWriter::Parts {
     std::int32_t slotsLeft = 0;
 };
 
-// The checksum of the rest stands aside while a record is written.
+// A record is left out of the checksum of the rest, which goes on behind it.
 template <class Write>
 void PackageWriter::Parts::addRecord(PackageEntry entry, Write&& write) {
     archive.Flush();

@@ -16,16 +16,17 @@ namespace icawave {
 
 namespace {
 
-class Walk {
+class RecoveryScan {
 public:
-    explicit Walk(const InputFile& file) : m_file(file), m_keyword(storedText(DataSetRecord::keyword)) {}
+    explicit RecoveryScan(const InputFile& file)
+        : m_file(file), m_keyword(encodedText(DataSetRecord::keyword)) {}
 
-    Walked run();
+    RecoveredRecords run();
 
 private:
     void loadHead();
     bool moveToSlot();
-    void walkSlot();
+    void scanSlot();
     void loadOwnFields();
     void addFault(std::int64_t offset, const char* text);
 
@@ -38,7 +39,7 @@ private:
 
     const InputFile& m_file;
     const std::string m_keyword;
-    Walked m_found;
+    RecoveredRecords m_found;
     std::int64_t m_position = 0; // of the next slot's flag
     std::int64_t m_slotsLeft = 0;
     std::int64_t m_number = 0; // of the next data set
@@ -49,9 +50,9 @@ private:
     std::int64_t m_next = -1; // the keyword that was found last; the file's size when none is left
 };
 
-Walked Walk::run() {
+RecoveredRecords RecoveryScan::run() {
     loadHead();
-    while (moveToSlot()) walkSlot();
+    while (moveToSlot()) scanSlot();
     loadOwnFields();
     if (m_found.recordEnd < m_file.size() && isIndexAt(m_file, m_found.recordEnd))
         m_found.faults.push_back(
@@ -59,7 +60,7 @@ Walked Walk::run() {
     return std::move(m_found);
 }
 
-void Walk::loadHead() {
+void RecoveryScan::loadHead() {
     FilePart part(m_file, 0, m_file.size());
     CArchive archive(&part, CArchive::load);
     CString keyword;
@@ -81,7 +82,7 @@ void Walk::loadHead() {
     addFault(0, "the package record's beginning is damaged");
 }
 
-bool Walk::moveToSlot() {
+bool RecoveryScan::moveToSlot() {
     if (m_found.faults.empty()) {
         if (m_slotsLeft-- > 0) return true;
         std::int64_t slot = m_position;
@@ -95,7 +96,7 @@ bool Walk::moveToSlot() {
     return true;
 }
 
-void Walk::walkSlot() {
+void RecoveryScan::scanSlot() {
     const std::optional<std::int32_t> flag = flagAt(m_position);
     if (!flag) {
         addFault(m_file.size(), "the file ends early, before the last data set");
@@ -125,7 +126,7 @@ void Walk::walkSlot() {
 }
 
 // Behind a fault the fields are believed only when the file ends with them.
-void Walk::loadOwnFields() {
+void RecoveryScan::loadOwnFields() {
     FilePart part(m_file, m_position, m_file.size());
     CArchive archive(&part, CArchive::load);
     PackageInfo info = m_found.index.info;
@@ -144,12 +145,12 @@ void Walk::loadOwnFields() {
     }
 }
 
-void Walk::addFault(std::int64_t offset, const char* text) {
+void RecoveryScan::addFault(std::int64_t offset, const char* text) {
     m_found.faults.push_back({offset, PackageRecord::keyword, text});
 }
 
 // Read ahead, since there may be millions of empty slots. Nothing where the file ends.
-std::optional<std::int32_t> Walk::flagAt(std::int64_t offset) {
+std::optional<std::int32_t> RecoveryScan::flagAt(std::int64_t offset) {
     if (offset < m_flagsBegin || offset + slotFlagBytes > m_flagsEnd) {
         m_flagsBegin = offset;
         m_flagsEnd =
@@ -161,17 +162,17 @@ std::optional<std::int32_t> Walk::flagAt(std::int64_t offset) {
     return flag;
 }
 
-bool Walk::isDataSetAt(std::int64_t offset) {
+bool RecoveryScan::isDataSetAt(std::int64_t offset) {
     return nextDataSet(offset) == offset && offset < m_file.size();
 }
 
 // The places that are asked for ascend.
-std::int64_t Walk::nextDataSet(std::int64_t from) {
+std::int64_t RecoveryScan::nextDataSet(std::int64_t from) {
     if (m_next < from) m_next = search(from);
     return m_next;
 }
 
-std::int64_t Walk::search(std::int64_t from) const {
+std::int64_t RecoveryScan::search(std::int64_t from) const {
     std::string piece(static_cast<std::size_t>(pieceBytes), '\0');
     for (; m_file.size() - from >= signatureBytes(); from += pieceBytes - signatureBytes() + 1) {
         const auto count = static_cast<std::size_t>(m_file.readAt(from, piece.data(), pieceBytes));
@@ -184,7 +185,7 @@ std::int64_t Walk::search(std::int64_t from) const {
     return m_file.size();
 }
 
-bool Walk::isSignature(const char* bytes) const {
+bool RecoveryScan::isSignature(const char* bytes) const {
     std::int32_t version;
     std::memcpy(&version, bytes + m_keyword.size(), sizeof version);
     return std::memcmp(bytes, m_keyword.data(), m_keyword.size()) == 0 &&
@@ -193,9 +194,9 @@ bool Walk::isSignature(const char* bytes) const {
 
 } // namespace
 
-Walked walkRecords(const InputFile& file) {
-    Walk walk(file);
-    return walk.run();
+RecoveredRecords scanRecords(const InputFile& file) {
+    RecoveryScan scan(file);
+    return scan.run();
 }
 
 } // namespace icawave
