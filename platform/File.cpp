@@ -3,6 +3,7 @@
 
 #include "platform/Alloc.h"
 #include "platform/Closing.h"
+#include "platform/PathBytes.h"
 
 #include "system/System.h"
 
@@ -51,19 +52,28 @@ CFile::~CFile() {
 
 bool CFile::Open(CString path, std::uint32_t flags) {
     Close();
+    return icawave::withMemoryException([&] {
+        const std::optional<std::string> bytes = icawave::pathBytes(path);
+        return bytes && OpenPath(*bytes, flags);
+    });
+}
+
+bool CFile::OpenPath(const std::filesystem::path& path, std::uint32_t flags) {
+    Close();
     using icawave::system::Open;
     m_writing = (flags & modeWrite) != 0;
     const Open how = !m_writing ? Open::read : flags & modeCreate ? Open::replace : Open::write;
-    if (path.Find(std::u16string_view(u"\0", 1)) >= 0) return false; // the system would see another name
+    if (path.native().find('\0') != std::string::npos) return false; // the system would see another name
+    const CString shown = path.native();
     int descriptor = -1;
-    if (icawave::system::open(path.utf8().c_str(), how, descriptor) != 0) return false;
+    if (icawave::system::open(path.c_str(), how, descriptor) != 0) return false;
     icawave::system::Status status;
     if (icawave::system::statusOf(descriptor, status) != 0 || status.isFolder) {
         icawave::system::close(descriptor);
         return false;
     }
     m_descriptor = descriptor;
-    m_path = path;
+    m_path = shown;
     m_position = m_next = m_filled = 0;
     m_reserved = flags & modeCreate ? 0 : -1;
     return true;

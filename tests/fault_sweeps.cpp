@@ -29,7 +29,7 @@ struct Scene {
             second.m_projectData->m_prjName = u"a name of its own";
         }
         ui.messages.reserve(100);
-        icawave::PackageFile::save(packagePath, package);
+        icawave::PackageFile::save(icawave::pathOf(packagePath), package);
         file = test::contents(packagePath.utf8());
         ui.fileAnswers = {path()};
     }
@@ -90,7 +90,7 @@ std::int32_t loadPackage(Scene& s) {
 }
 
 std::int32_t replaceFile(Scene& s) {
-    icawave::PackageFile opened(s.packagePath);
+    icawave::PackageFile opened(icawave::pathOf(s.packagePath));
     CFaceIcazq loaded;
     const bool told = opened.load(loaded).size() + opened.check().size() > 0;
     opened.replace(s.package);

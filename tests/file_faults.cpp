@@ -60,7 +60,7 @@ Bytes loadedFrom(const CString& path) {
 }
 
 Bytes loadedFromIndexed(const CString& path) {
-    const PackageFile opened(path);
+    const PackageFile opened(pathOf(path));
     CFaceIcazq package;
     for (const std::vector<ArchiveFault>& faults : {opened.check(), opened.load(package)}) {
         if (!faults.empty()) throw std::runtime_error(faults[0].text);
@@ -76,7 +76,7 @@ TEST_F(FileFaults, TransfersThatStopShortChangeNothing) {
         systemCalls.largest = largest;
         storeTo(path, package);
         EXPECT_EQ(loadedFrom(path), whole) << largest;
-        PackageFile::save(path, package);
+        PackageFile::save(pathOf(path), package);
         EXPECT_EQ(loadedFromIndexed(path), whole) << largest;
     }
 }
@@ -86,7 +86,7 @@ TEST_F(FileFaults, AReadOrWriteThatFailsIsTold) {
     CFaceIcazq package;
     fill(package, 40'000);
     const Bytes whole = stored(package);
-    PackageFile::save(path, package);
+    PackageFile::save(pathOf(path), package);
     const CString plain = path + ".plain";
     const std::function<Bytes()> acts[] = {[&] {
                                                storeTo(plain, package);
@@ -151,7 +151,7 @@ TEST_F(FileFaults, AKilledSaveLeavesOneOfTheTwoVersions) {
     std::vector<Bytes> versions;
     const auto begin = std::chrono::steady_clock::now();
     for (CFaceIcazq* package : {&second, &first}) {
-        PackageFile::save(path, *package);
+        PackageFile::save(pathOf(path), *package);
         versions.push_back(test::contents(path.utf8()));
     }
     // Half of the savers finish at least one save, on a slow disk too.
@@ -168,7 +168,8 @@ TEST_F(FileFaults, AKilledSaveLeavesOneOfTheTwoVersions) {
         ASSERT_GE(saver, 0);
         if (saver == 0) {
             [[maybe_unused]] const ssize_t told = ::write(ready[1], "", 1);
-            for (bool other = k % 2 == 0;; other = !other) PackageFile::save(path, other ? second : first);
+            for (bool other = k % 2 == 0;; other = !other)
+                PackageFile::save(pathOf(path), other ? second : first);
         }
         char byte;
         ASSERT_EQ(::read(ready[0], &byte, 1), 1);
@@ -177,7 +178,7 @@ TEST_F(FileFaults, AKilledSaveLeavesOneOfTheTwoVersions) {
         ASSERT_EQ(::waitpid(saver, nullptr, 0), saver);
         const auto found = std::find(versions.begin(), versions.end(), test::contents(path.utf8()));
         ASSERT_NE(found, versions.end()) << k;
-        ASSERT_TRUE(PackageFile(path).check().empty());
+        ASSERT_TRUE(PackageFile(pathOf(path)).check().empty());
         ++seen[static_cast<std::size_t>(found - versions.begin())];
         for (const fs::directory_entry& entry :
              fs::directory_iterator(folder.path)) { // what the dead cannot remove

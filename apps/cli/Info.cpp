@@ -163,7 +163,7 @@ void printJson(const std::string& file, const Input& input, const Summary& summa
     const PackageInfo package = input.info();
     JsonWriter json(std::cout, ", ");
     json.beginObject();
-    json.field("file", CString(file));
+    json.field("file", CString(shownPath(file)));
     json.field("kind", input.kind());
     json.field("name", input.isPackage() ? package.name : input.rows()[0].name);
     json.field("shown", input.isPackage() ? package.shown : input.rows()[0].shown);

@@ -22,7 +22,7 @@ struct Options {
 void printJson(const std::string& file, const Input& input, const std::vector<PackageEntry>& rows) {
     JsonWriter json(std::cout, ", ");
     json.beginObject();
-    json.field("file", CString(file));
+    json.field("file", CString(shownPath(file)));
     json.field("kind", input.kind());
     json.key("dataSets");
     json.beginArray();

@@ -20,7 +20,7 @@ class InputFile : public CFile {
 public:
     explicit InputFile(const std::string& path) {
         errno = 0;
-        if (!Open(path, modeRead)) throw Failure(path, errno ? systemError(errno) : "is a directory");
+        if (!OpenPath(path, modeRead)) throw Failure(path, errno ? systemError(errno) : "is a directory");
         m_progress.emplace("reading " + path, GetLength());
     }
 

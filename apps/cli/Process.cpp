@@ -85,7 +85,7 @@ void statsFile(const std::string& file, const StatsOptions& options) {
     JsonWriter json(std::cout, ", ");
     if (options.json) {
         json.beginObject();
-        json.field("file", CString(file));
+        json.field("file", CString(shownPath(file)));
         json.field("kind", input.kind());
         json.key("dataSets");
         json.beginArray();

@@ -59,7 +59,7 @@ void dump(const DumpOptions& options) {
     WholeFile whole(options.file);
     JsonWriter json(std::cout);
     json.beginObject();
-    json.field("file", CString(options.file));
+    json.field("file", CString(shownPath(options.file)));
     json.field("kind", CString(whole.isPackage ? "package" : "dataset"));
     json.key("object");
     json.beginObject();

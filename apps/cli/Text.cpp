@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "apps/cli/Text.h"
 
+#include <icawave/PackageFile.h>
+
 #include <algorithm>
 
 namespace icawave::cli {
@@ -27,6 +29,10 @@ std::string printable(const CString& text) {
         for (const int shift : {12, 8, 4, 0}) safe += digits[(unit >> shift) & 15];
     }
     return CString(std::move(safe)).utf8();
+}
+
+std::string printable(const std::string& text) {
+    return printable(CString(shownPath(text)));
 }
 
 std::string padded(const std::string& utf8, std::size_t width) {

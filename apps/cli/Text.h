@@ -35,6 +35,7 @@ using formats::systemError;
 
 // UTF-8 that is safe on a terminal and stays on its line: control characters become \uXXXX.
 std::string printable(const CString& text);
+std::string printable(const std::string& text); // a path's bytes that are not UTF-8 become \xNN
 std::string padded(const std::string& utf8, std::size_t width); // with spaces, to that many code points
 std::size_t codePoints(const std::string& utf8);
 

@@ -63,9 +63,9 @@ bool succeeds(QWidget* window, Act&& act) {
 
 } // namespace
 
-ManagerWindow::ManagerWindow(const CString& path) : m_file(path) {
+ManagerWindow::ManagerWindow(const std::filesystem::path& path) : m_file(path) {
     if (const auto faults = m_file->load(m_package); !faults.empty())
-        throw FileError(path, "damaged: " + faults.front().record + ": " + faults.front().text);
+        throw FileError(m_file->path(), "damaged: " + faults.front().record + ": " + faults.front().text);
     QMenu* menu = menuBar()->addMenu(QStringLiteral("&Package"));
     menu->addAction(QStringLiteral("&Save package"), QKeySequence::Save, this, [this] { save(); });
     menu->addAction(QStringLiteral("Save package &as..."), Qt::CTRL | Qt::SHIFT | Qt::Key_S, this,
@@ -124,11 +124,11 @@ bool ManagerWindow::save() {
 
 bool ManagerWindow::saveAs() {
     const std::optional<CString> path =
-        uiFrontEnd().fileDialog({true, u"Packages(*.icpkg)|*.icpkg|All Files(*.*)|*.*||", m_file->path(),
-                                 FileDialogRequest::overwritePrompt});
+        uiFrontEnd().fileDialog({true, u"Packages(*.icpkg)|*.icpkg|All Files(*.*)|*.*||",
+                                 CString(m_file->path().native()), FileDialogRequest::overwritePrompt});
     return path && succeeds(this, [&] {
-               PackageFile::save(*path, m_package);
-               m_file.emplace(*path);
+               PackageFile::save(pathOf(*path), m_package);
+               m_file.emplace(pathOf(*path));
                m_saved = recordDigest(m_package);
                showTitle();
            });
@@ -143,7 +143,7 @@ bool ManagerWindow::changed() {
 }
 
 void ManagerWindow::showTitle() {
-    setWindowTitle(QFileInfo(toQt(m_file->path())).fileName() + QStringLiteral(" - ") +
+    setWindowTitle(QFileInfo(toQt(CString(m_file->path().native()))).fileName() + QStringLiteral(" - ") +
                    manager().windowTitle());
 }
 

@@ -6,6 +6,7 @@
 
 #include <QMainWindow>
 
+#include <filesystem>
 #include <optional>
 
 namespace icawave::qt {
@@ -16,7 +17,7 @@ class ManagerWindow : public QMainWindow {
 public:
     // Loads a package; its current data set is selected. FileError for a damaged one too: saving it would
     // drop what could not be loaded.
-    explicit ManagerWindow(const CString& path);
+    explicit ManagerWindow(const std::filesystem::path& path);
 
     CFaceIcazq& package() { return m_package; }
     QWidget& manager() const { return *centralWidget(); }

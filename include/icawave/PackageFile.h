@@ -15,6 +15,8 @@
 //     package.setIcaData(trial, 0);
 //     file.read(3, *trial);
 //
+// Paths are bytes, and the file that they name is opened, UTF-8 or not; pathOf gives that of a CString.
+//
 // Whatever keeps an operation from its result is raised as FileError (or CMemoryException). Damage that an
 // operation is made to find is returned as a list of faults, each with its byte and its record: "FACEICA,
 // TRIALICADATA 2" is data set 2, "FACEICA" the package's own bytes round its data sets, "index" the index.
@@ -28,6 +30,7 @@
 #include <icawave/platform/File.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -37,10 +40,16 @@
 
 namespace icawave {
 
+// The path that a text says in UTF-8. FileError for a text that is none: with a lone surrogate or a zero unit.
+ICAWAVE_EXPORT std::filesystem::path pathOf(const CString& text);
+// A path as UTF-8; bytes that are none, and zeros, as \xNN.
+ICAWAVE_EXPORT std::string shownPath(const std::filesystem::path& path);
+
 // A file cannot be read or written, or is not what it should be; what() is "PATH: what is wrong".
 class ICAWAVE_EXPORT FileError : public CException {
 public:
-    FileError(const CString& path, const std::string& text) : m_text(path.utf8() + ": " + text) {}
+    FileError(const std::filesystem::path& path, const std::string& text)
+        : m_text(shownPath(path) + ": " + text) {}
     const char* what() const noexcept override;
 
 private:
@@ -50,7 +59,7 @@ private:
 // Which file a path led to, and in which state.
 struct FileState {
     // Nothing when there is no file. FileError when the system does not tell.
-    ICAWAVE_EXPORT static std::optional<FileState> of(const CString& path);
+    ICAWAVE_EXPORT static std::optional<FileState> of(const std::filesystem::path& path);
 
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
@@ -69,8 +78,11 @@ class ICAWAVE_EXPORT AtomicFile : public CFile {
 public:
     // Open for writing. With `expected`, a file at the path that is in another state is refused here and by
     // commit; FileState{} expects that there is none.
-    explicit AtomicFile(const CString& path, std::optional<FileState> expected = std::nullopt);
+    explicit AtomicFile(const std::filesystem::path& path, std::optional<FileState> expected = std::nullopt);
     ~AtomicFile() override;
+
+    // Where the bytes are until then.
+    std::filesystem::path writtenPath() const;
 
     // Waits until the disk has the bytes, and puts the file in its place. When that fails the old file stays,
     // but for the last step: if the folder's disk fails then, the new file stands there already.
@@ -90,7 +102,7 @@ private:
     void requireExpected() const;
     [[noreturn]] void fail(int systemError) const;
 
-    CString m_path;
+    std::filesystem::path m_path;
     std::string m_target; // where a link leads
     std::optional<FileState> m_expected;
     std::optional<std::uint32_t> m_permissions; // of the file that is replaced
@@ -134,12 +146,12 @@ public:
     // cannot be loaded are faults and not in the list. FileError for a file in which there is neither a
     // package nor a data set. `whenRead` is told the bytes read so far, now and then, as long as this file is
     // open.
-    explicit PackageFile(const CString& path, std::function<void(std::int64_t)> whenRead = {});
+    explicit PackageFile(const std::filesystem::path& path, std::function<void(std::int64_t)> whenRead = {});
     ~PackageFile();
     PackageFile(const PackageFile&) = delete;
     PackageFile& operator=(const PackageFile&) = delete;
 
-    const CString& path() const;
+    const std::filesystem::path& path() const;
     std::int64_t size() const;        // bytes of the file
     bool hasIndex() const;            // a sound one
     std::int64_t bytesBehind() const; // those behind the package record that no sound index explains
@@ -164,11 +176,11 @@ public:
     std::vector<ArchiveFault> load(CFaceIcazq& package) const;
     // Saves a package of every undamaged data set, their records byte for byte, to another path, as `save`
     // does. Returns the faults of check. Current becomes what is after load. `expected` as of AtomicFile.
-    std::vector<ArchiveFault> salvage(const CString& path,
+    std::vector<ArchiveFault> salvage(const std::filesystem::path& path,
                                       std::optional<FileState> expected = std::nullopt) const;
 
     // Stores a package at a path, whatever stands there. A failure leaves that as it was (see AtomicFile).
-    static void save(const CString& path, CFaceIcazq& package);
+    static void save(const std::filesystem::path& path, CFaceIcazq& package);
     // Stores a package over the file that was opened. FileError when the file at the path changed since,
     // unless `force` is set; one that is gone is no change. From then on this object is open on the new file.
     void replace(CFaceIcazq& package, bool force = false);

@@ -64,7 +64,7 @@ void setInfo(CFaceIca& package, const PackageInfo& info) {
     ownFields(package) = ownFields(info);
 }
 
-PackageFile::Contents::Contents(const CString& path, const std::string& name,
+PackageFile::Contents::Contents(const std::filesystem::path& path, const std::filesystem::path& name,
                                 std::function<void(std::int64_t)> whenRead)
     : file(path, name, std::move(whenRead)) {
     const IndexState state = loadIndex(file, index, recordEnd);
@@ -123,13 +123,13 @@ const PackageEntry& PackageFile::Contents::entry(std::int64_t number) const {
     return index.entries[static_cast<std::size_t>(number)];
 }
 
-PackageFile::PackageFile(const CString& path, std::function<void(std::int64_t)> whenRead)
-    : m_contents(withMemoryException(
-          [&] { return std::make_unique<Contents>(path, systemPath(path), std::move(whenRead)); })) {}
+PackageFile::PackageFile(const std::filesystem::path& path, std::function<void(std::int64_t)> whenRead)
+    : m_contents(
+          withMemoryException([&] { return std::make_unique<Contents>(path, path, std::move(whenRead)); })) {}
 
 PackageFile::~PackageFile() = default;
 
-const CString& PackageFile::path() const {
+const std::filesystem::path& PackageFile::path() const {
     return m_contents->file.path();
 }
 

@@ -30,8 +30,8 @@ std::string folderOf(const std::string& target) {
 
 } // namespace
 
-AtomicFile::AtomicFile(const CString& path, std::optional<FileState> expected)
-    : m_path(path), m_expected(expected) {
+AtomicFile::AtomicFile(const std::filesystem::path& path, std::optional<FileState> expected)
+    : m_path(withMemoryException([&] { return path; })), m_expected(expected) {
     withMemoryException([this] { prepare(); });
 }
 
@@ -63,8 +63,7 @@ void AtomicFile::prepare() {
     }
     errno = EACCES;
     const bool direct = m_target.empty(); // to a device
-    if (!Open(direct ? m_path : CString(m_temporary.name), direct ? modeWrite : modeWrite | modeCreate))
-        fail(errno);
+    if (!OpenPath(writtenPath(), direct ? modeWrite : modeWrite | modeCreate)) fail(errno);
 }
 
 // The system takes from the permissions what the process withholds from new files.
@@ -78,6 +77,10 @@ void AtomicFile::createTemporary(const std::string& folder, std::uint32_t permis
     }
     if (error != 0) fail(error);
     m_temporary.name = std::move(name);
+}
+
+std::filesystem::path AtomicFile::writtenPath() const {
+    return m_temporary.name.empty() ? m_path : std::filesystem::path(m_temporary.name);
 }
 
 void AtomicFile::commit() {

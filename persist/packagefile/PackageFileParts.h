@@ -19,15 +19,16 @@ inline constexpr std::int64_t pieceBytes = 256 * 1024;
 // What stands before a data set record in a package: 0 in an empty slot.
 inline constexpr std::int64_t slotFlagBytes = 4;
 
-std::string systemPath(const CString& path); // FileError when the system would see another one
+std::string systemPath(const std::filesystem::path& path); // FileError when the system would see another one
 
 // A file that is read at any place. What the system refuses is FileError.
 class InputFile {
 public:
     // `path` is for texts, `name` is opened; `whenRead` is told the bytes read so far after each piece.
-    InputFile(const CString& path, const std::string& name, std::function<void(std::int64_t)> whenRead);
+    InputFile(const std::filesystem::path& path, const std::filesystem::path& name,
+              std::function<void(std::int64_t)> whenRead);
 
-    const CString& path() const { return m_path; }
+    const std::filesystem::path& path() const { return m_path; }
     std::int64_t size() const { return m_state.size; }
     const FileState& state() const { return m_state; }
 
@@ -39,7 +40,7 @@ public:
     std::uint32_t checksum(std::int64_t begin, std::int64_t end, std::uint32_t before = 0) const;
 
 private:
-    CString m_path;
+    std::filesystem::path m_path;
     system::Handle m_file;
     FileState m_state;
     std::function<void(std::int64_t)> m_whenRead;
@@ -100,7 +101,8 @@ struct PackageIndex {
 // What opening found.
 struct PackageFile::Contents {
     // `name` is opened; it differs from `path` for a file that is not in its place yet.
-    Contents(const CString& path, const std::string& name, std::function<void(std::int64_t)> whenRead = {});
+    Contents(const std::filesystem::path& path, const std::filesystem::path& name,
+             std::function<void(std::int64_t)> whenRead = {});
 
     std::optional<ArchiveFault> read(std::int64_t number, CTrialIcaDatazq& dataSet) const;
     std::optional<ArchiveFault> checkRest() const;

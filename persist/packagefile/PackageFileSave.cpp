@@ -10,7 +10,7 @@ namespace {
 
 // What the system refuses while a file is written names the path that the user gave.
 template <class Write>
-void withPath(const CString& path, Write&& write) {
+void withPath(const std::filesystem::path& path, Write&& write) {
     withMemoryException([&] {
         try {
             write();
@@ -94,7 +94,7 @@ void PackageWriter::finish() {
     });
 }
 
-void PackageFile::save(const CString& path, CFaceIcazq& package) {
+void PackageFile::save(const std::filesystem::path& path, CFaceIcazq& package) {
     withPath(path, [&] {
         AtomicFile file(path);
         write(file, package);
@@ -128,13 +128,14 @@ void PackageFile::addIndex(bool force) {
 // there nothing can fail but the folder.
 void PackageFile::putInPlace(AtomicFile& file) {
     file.Flush();
-    auto written = std::make_unique<Contents>(path(), file.GetFilePath().utf8());
+    auto written = std::make_unique<Contents>(path(), file.writtenPath());
     if (!written->hasIndex) throw FileError(path(), "cannot be written: it does not read back");
     file.commit();
     m_contents = std::move(written);
 }
 
-std::vector<ArchiveFault> PackageFile::salvage(const CString& path, std::optional<FileState> expected) const {
+std::vector<ArchiveFault> PackageFile::salvage(const std::filesystem::path& path,
+                                               std::optional<FileState> expected) const {
     std::vector<ArchiveFault> found;
     withPath(path, [&] {
         std::vector<std::int64_t> sound;

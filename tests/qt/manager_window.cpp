@@ -12,6 +12,7 @@
 namespace {
 
 using icawave::PackageFile;
+using icawave::pathOf;
 using icawave::qt::ManagerWindow;
 
 // A file of three data sets, the second one current and all hidden.
@@ -21,11 +22,11 @@ protected:
         CFaceIcazq package;
         for (int k = 0; k < 3; ++k) package.setIcaData(test::countingDataSet(2, 3).release(), 0);
         package.m_curntIcaDataSetID = 1;
-        PackageFile::save(path, package);
+        PackageFile::save(pathOf(path), package);
     }
     ~ManagerWindows() override { window.reset(); }
     void open() {
-        window = std::make_unique<ManagerWindow>(path);
+        window = std::make_unique<ManagerWindow>(pathOf(path));
         window->show();
         QApplication::processEvents();
     }
@@ -36,7 +37,7 @@ protected:
             if (action->text() == text) action->trigger();
         }
     }
-    bool storedShown() { return PackageFile(path).dataSets()[1].shown; }
+    bool storedShown() { return PackageFile(pathOf(path)).dataSets()[1].shown; }
 
     const test::Folder folder;
     const CString path = folder / "trials.icpkg";
@@ -61,7 +62,7 @@ TEST_F(ManagerWindows, AskBeforeChangesAreLost) {
         EXPECT_EQ(window->isVisible() && dialog().IsWindowVisible(), answer == QMessageBox::Cancel);
         EXPECT_EQ(storedShown(), answer == QMessageBox::Save);
     }
-    EXPECT_EQ(PackageFile(path).info().current, 1);
+    EXPECT_EQ(PackageFile(pathOf(path)).info().current, 1);
 }
 
 TEST_F(ManagerWindows, SaveFromTheirMenuAndNeverOverOthersChanges) {
@@ -82,17 +83,18 @@ TEST_F(ManagerWindows, SaveFromTheirMenuAndNeverOverOthersChanges) {
     EXPECT_EQ(test::contents(folder.path / "trials.icpkg"), other);
     user.answerNextFileDialog(folder / "mine.icpkg");
     trigger(QStringLiteral("Save package &as..."));
-    EXPECT_EQ(PackageFile(folder / "mine.icpkg").dataSets().size(), 3u);
+    EXPECT_EQ(PackageFile(folder.path / "mine.icpkg").dataSets().size(), 3u);
     EXPECT_TRUE(window->close());
     std::filesystem::resize_file(folder.path / "mine.icpkg", 300);
-    EXPECT_THROW(ManagerWindow(folder / "mine.icpkg"), icawave::FileError) << "a save would drop data sets";
+    EXPECT_THROW(ManagerWindow(folder.path / "mine.icpkg"), icawave::FileError)
+        << "a save would drop data sets";
 }
 
 TEST_F(ManagerWindows, DrawTheirPictureWithoutWaiting) {
     CFaceIcazq package;
     package.setIcaData(test::countingDataSet(2, 3).release(), 0);
     package.getIcaData(0)->m_totalSample = 5; // brings a message
-    PackageFile::save(path, package);
+    PackageFile::save(pathOf(path), package);
     QProcess manager;
     manager.start(QStringLiteral(ICAWAVE_MANAGER),
                   {QString::fromStdString(path.utf8()), QString::fromStdString((folder / "a.png").utf8())});

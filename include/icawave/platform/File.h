@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <span>
 #include <vector>
@@ -37,7 +38,10 @@ public:
     // False when the file cannot be opened, and for a directory; the object is then closed. A file that was
     // open is closed first.
     bool Open(CString path, std::uint32_t flags);
-    CString GetFilePath() const { return m_path; } // as given to Open; empty for a file without one
+    // The same for a path whose bytes need not be UTF-8.
+    bool OpenPath(const std::filesystem::path& path, std::uint32_t flags);
+    // As given to Open; empty for a file without one. Bytes that are not UTF-8 are U+FFFD in it.
+    CString GetFilePath() const { return m_path; }
 
     // The bytes read: fewer than count only at the end.
     virtual std::int64_t Read(void* buffer, std::int64_t count);
