@@ -44,8 +44,7 @@ double readAll(const Data& data) {
 
 double copyAll(const std::vector<double*>& to, const std::vector<double*>& from, int samples) {
     return seconds([&] {
-        for (std::size_t k = 0; k < from.size(); ++k)
-            std::memcpy(to[k], from[k], static_cast<std::size_t>(samples) * sizeof(double));
+        for (std::size_t k = 0; k < from.size(); ++k) std::memcpy(to[k], from[k], samples * sizeof(double));
         benchmark::ClobberMemory();
     });
 }
@@ -168,8 +167,7 @@ public:
                 double* vector = m_vectors[at / channels].getData() + at % channels;
                 double* channel = m_dataSet.m_chnlIcaData[at / m_count].m_data + at % m_count;
                 const std::int64_t chunk = std::min(channels - at % channels, m_count - at % m_count);
-                std::memcpy(into ? vector : channel, into ? channel : vector,
-                            static_cast<std::size_t>(chunk) * sizeof(double));
+                std::memcpy(into ? vector : channel, into ? channel : vector, chunk * sizeof(double));
                 at += chunk;
             }
         });

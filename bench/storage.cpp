@@ -32,10 +32,9 @@ void writePieces(const fs::path& path, const std::vector<char>& bytes, bool toDi
 void readPieces(const fs::path& path, std::int64_t offset, std::vector<char>& bytes) {
     const int file = ::open(path.c_str(), O_RDONLY);
     for (std::size_t at = 0; at < bytes.size();) {
-        const ssize_t got = ::pread(file, &bytes[at], std::min(piece, bytes.size() - at),
-                                    offset + static_cast<std::int64_t>(at));
+        const ssize_t got = ::pread(file, &bytes[at], std::min(piece, bytes.size() - at), offset + at);
         bench::require(got > 0, "read");
-        at += static_cast<std::size_t>(got);
+        at += got;
     }
     ::close(file);
 }
@@ -141,9 +140,8 @@ void loadIntoNewMemory(benchmark::State& state, const bench::Workload& size) {
             copies.reserve(from.size());
             return seconds([&] {
                 for (const double* values : from) {
-                    copies.emplace_back(new double[static_cast<std::size_t>(size.samples)]);
-                    std::memcpy(copies.back().get(), values,
-                                static_cast<std::size_t>(size.samples) * sizeof(double));
+                    copies.emplace_back(new double[size.samples]);
+                    std::memcpy(copies.back().get(), values, size.samples * sizeof(double));
                 }
             });
         });
@@ -153,7 +151,7 @@ void oneDataSet(benchmark::State& state, const bench::Workload& size) {
     Stored stored(size);
     icawave::PackageFile::save(stored.file.string(), stored.package);
     const icawave::PackageFile opened(stored.file.string());
-    std::vector<char> bytes(static_cast<std::size_t>(opened.dataSets()[0].length));
+    std::vector<char> bytes(opened.dataSets()[0].length);
     std::int64_t calls = 0;
     const auto next = [&] { return calls++ * 7 % std::ssize(opened.dataSets()); };
     bench::comparePairs(
@@ -165,7 +163,7 @@ void oneDataSet(benchmark::State& state, const bench::Workload& size) {
             return seconds([&] { opened.read(number, *package.getIcaData(0)); });
         },
         [&] {
-            const std::int64_t offset = opened.dataSets()[static_cast<std::size_t>(next())].offset;
+            const std::int64_t offset = opened.dataSets()[next()].offset;
             return seconds([&] { readPieces(stored.file, offset, bytes); });
         });
 }

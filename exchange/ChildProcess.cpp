@@ -59,7 +59,7 @@ bool Channel::send(const void* bytes, std::size_t count) {
         if (sent < 0 && errno == EINTR) continue;
         if (sent <= 0) return false;
         next += sent;
-        count -= static_cast<std::size_t>(sent);
+        count -= sent;
     }
     return true;
 }
@@ -71,7 +71,7 @@ bool Channel::receive(void* bytes, std::size_t count) {
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return false;
         next += got;
-        count -= static_cast<std::size_t>(got);
+        count -= got;
     }
     return true;
 }

@@ -123,7 +123,7 @@ std::vector<std::string> EeglabImport::warnings() const {
 }
 
 std::string EeglabImport::report() const {
-    const auto sensors = static_cast<std::int64_t>(m_set.sensors.size());
+    const std::int64_t sensors = m_set.sensors.size();
     std::string text =
         counted(m_set.trials, "data set") + " of " + counted(m_set.weights.rows(), "component") + " x " +
         counted(m_set.sampleCount, "sample") + " from " + counted(sensors, "sensor") + " at " +

@@ -37,9 +37,8 @@ Eigen::MatrixXd EeglabSet::samples(std::int64_t trial, std::int64_t first, std::
         m_data.copyValues(from, all.size(), all.data());
     } else {
         Eigen::MatrixXf values(channels, count);
-        m_samples.seekg(from * static_cast<std::streamoff>(sizeof(float)));
-        if (!m_samples.read(reinterpret_cast<char*>(values.data()),
-                            static_cast<std::streamsize>(sizeof(float)) * values.size()))
+        m_samples.seekg(from * sizeof(float));
+        if (!m_samples.read(reinterpret_cast<char*>(values.data()), sizeof(float) * values.size()))
             throw Failure(m_path, "cannot read " + sampleFile);
         all = values.cast<double>();
     }
@@ -216,7 +215,7 @@ void EeglabSet::noteLeftOut() {
     for (const auto& [part, title] : parts) {
         if (!field(part).isEmpty()) leftOut.push_back(title);
     }
-    const auto unused = channels - static_cast<std::int64_t>(sensors.size());
+    const auto unused = channels - std::ssize(sensors);
     if (unused > 0) leftOut.push_back(counted(unused, "channel") + " outside the decomposition");
 }
 

@@ -47,9 +47,7 @@ private:
         Block block(count);
         if (address > m_end || m_begin > m_end - address || count > m_end - address - m_begin) return {};
         m_file.clear();
-        if (!m_file.seekg(static_cast<std::streamoff>(m_begin + address))
-                 .read(block.data(), std::ssize(block)))
-            return {};
+        if (!m_file.seekg(m_begin + address).read(block.data(), std::ssize(block))) return {};
         return block;
     }
 

@@ -184,7 +184,7 @@ MatFile::MatFile(const std::string& path) : m_path(path) {
     std::ifstream file(path, std::ios::binary);
     const auto holds = [&](std::uint64_t at, std::string_view wanted) {
         std::array<char, 8> found{};
-        file.seekg(static_cast<std::streamoff>(at)).read(found.data(), std::ssize(wanted));
+        file.seekg(at).read(found.data(), std::ssize(wanted));
         return file && std::string_view(found.data(), wanted.size()) == wanted;
     };
     // HDF5 begins at byte 0, 512 or a doubling of it; MATLAB puts a header of 512 bytes before it.

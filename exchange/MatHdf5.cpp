@@ -127,7 +127,7 @@ std::shared_ptr<const MatArray> Hdf5File::variable(const std::string& name) {
 void requireWhole(const std::string& path, std::uint64_t begin, std::uint64_t fileBytes) {
     std::array<char, 64> block{};
     std::ifstream file(path, std::ios::binary);
-    file.seekg(static_cast<std::streamoff>(begin)).read(block.data(), block.size());
+    file.seekg(begin).read(block.data(), block.size());
     const bool old = block[8] < 2; // version of the superblock
     const bool wide = block[old ? 13 : 9] == 8;
     std::uint64_t end = 0;

@@ -179,9 +179,9 @@ private:
         const Bytes nameBytes = elements.next(typeInt32).bytes;
         const std::int32_t length = nameBytes.size() == 4 ? elements.number<std::int32_t>(nameBytes, 0) : 0;
         const std::string_view names = textOf(elements.next(typeInt8).bytes);
-        if (length < 1 || names.size() % static_cast<std::size_t>(length) != 0)
+        if (length < 1 || names.size() % length != 0)
             elements.damaged("a structure's field names are incomplete");
-        const std::size_t fields = names.size() / static_cast<std::size_t>(length);
+        const std::size_t fields = names.size() / length;
         if (fields > maxFields) elements.damaged("a structure has too many fields");
         for (std::size_t k = 0; k < fields && count == 1; ++k) {
             const std::string_view padded = names.substr(k * length, length);
@@ -245,7 +245,7 @@ private:
         std::ifstream file(m_path, std::ios::binary | std::ios::ate);
         const std::streamoff size = file.tellg();
         if (size < 0) throw Failure(m_path, "cannot be read");
-        const std::span<std::byte> bytes = m_buffers.emplace_back(static_cast<std::size_t>(size)).bytes();
+        const std::span<std::byte> bytes = m_buffers.emplace_back(size).bytes();
         if (!file.seekg(0).read(reinterpret_cast<char*>(bytes.data()), size))
             throw Failure(m_path, "cannot be read");
         return bytes;

@@ -38,7 +38,7 @@ void copyValues(fuzz::Input kinds, CArchive& in, CArchive& out) {
         default: {
             const std::size_t count = kinds.below(100);
             std::vector<std::uint8_t> raw(count);
-            const std::int64_t got = in.Read(raw.data(), static_cast<std::int64_t>(count));
+            const std::int64_t got = in.Read(raw.data(), count);
             require(got >= 0 && got <= static_cast<std::int64_t>(count), "a read keeps to its buffer");
             out.Write(raw.data(), got);
         }

@@ -12,11 +12,9 @@ void useVectors(CTrialIcaDatazq& d, Input& in) {
     const bool made = d.getData2MCohTimSnsSns(vectors, count) != 0;
     const std::unique_ptr<CMMatrix1Dzq[]> own(vectors);
     if (!made || count < 1) return;
-    if (in.below(2) == 1)
-        vectors[in.below(static_cast<std::size_t>(count))].checkInitData(
-            static_cast<std::int64_t>(in.below(20)), true);
+    if (in.below(2) == 1) vectors[in.below(count)].checkInitData(in.below(20), true);
     d.setData4Mica(vectors, count);
-    const auto point = static_cast<std::int64_t>(in.below(static_cast<std::size_t>(count)));
+    const std::int64_t point = in.below(count);
     d.addMSnsSnsTimID(&vectors[point], in.below(2) == 1 ? point : in.take<std::int64_t>());
 }
 
@@ -33,10 +31,10 @@ void useChannel(CChnlIcaDatazq& c, Input& in) {
         c.cleanbkData();
         break;
     case 3:
-        c.resize(static_cast<std::int64_t>(in.below(64)));
+        c.resize(in.below(64));
         break;
     case 4:
-        c.checkInitData(static_cast<std::int64_t>(in.below(64)), in.below(2) == 1);
+        c.checkInitData(in.below(64), in.below(2) == 1);
         break;
     case 5:
         c.normSumSqrt();
@@ -146,9 +144,7 @@ void useDataSet(CTrialIcaDatazq& d, CTrialIcaDatazq& other, Input& in) {
         break;
     default:
         if (d.m_chnlIcaData && d.m_chnlTotal > 0)
-            useChannel(d.m_chnlIcaData[in.below(
-                           static_cast<std::size_t>(std::min<std::int64_t>(d.m_chnlTotal, 255)))],
-                       in);
+            useChannel(d.m_chnlIcaData[in.below(std::min<std::int64_t>(d.m_chnlTotal, 255))], in);
     }
 }
 
@@ -227,7 +223,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const fuzz::Messages messages;
     while (!in.isEmpty()) {
         try {
-            const auto sets = static_cast<std::size_t>(package.getTotalIca());
+            const std::size_t sets = package.getTotalIca();
             if (sets == 0 || in.below(3) == 0) {
                 usePackage(package, in);
                 continue;

@@ -39,8 +39,7 @@ void repairIndex(std::vector<std::uint8_t>& bytes) {
     const std::size_t end = bytes.size() - trailer;
     std::memcpy(&length, &bytes[end], sizeof length);
     if (length < 0 || length > static_cast<std::int64_t>(end)) return;
-    const std::uint32_t checksum =
-        crc32c(0, &bytes[end - static_cast<std::size_t>(length)], static_cast<std::size_t>(length) + 8);
+    const std::uint32_t checksum = crc32c(0, &bytes[end - length], length + 8);
     std::memcpy(&bytes[end + 8], &checksum, sizeof checksum);
 }
 

@@ -23,7 +23,7 @@ T* newArray(std::int64_t count) {
         count > std::numeric_limits<std::ptrdiff_t>::max() / static_cast<std::int64_t>(sizeof(T)))
         return nullptr;
     try {
-        return new (std::nothrow) T[static_cast<std::size_t>(count)];
+        return new (std::nothrow) T[count];
     } catch (const CMemoryException&) { // an element's constructor
         return nullptr;
     }

@@ -86,7 +86,7 @@ std::int64_t CFile::Read(void* buffer, std::int64_t count) {
     while (done < count) {
         if (m_next < m_filled) {
             const std::int64_t piece = std::min(count - done, m_filled - m_next);
-            std::memcpy(to + done, m_buffer.get() + m_next, static_cast<std::size_t>(piece));
+            std::memcpy(to + done, m_buffer.get() + m_next, piece);
             m_next += piece;
             done += piece;
         } else if (count - done >= bufferSize) {
@@ -113,7 +113,7 @@ void CFile::Write(const void* buffer, std::int64_t count) {
         return;
     }
     allocateBuffer();
-    std::memcpy(m_buffer.get() + m_next, from, static_cast<std::size_t>(count));
+    std::memcpy(m_buffer.get() + m_next, from, count);
     m_next += count;
 }
 
@@ -198,7 +198,7 @@ void CFile::allocateBuffer() {
 std::int64_t CMemFile::Read(void* buffer, std::int64_t count) {
     const std::int64_t piece =
         std::clamp<std::int64_t>(GetLength() - m_offset, 0, std::max<std::int64_t>(count, 0));
-    if (piece > 0) std::memcpy(buffer, bytes().data() + m_offset, static_cast<std::size_t>(piece));
+    if (piece > 0) std::memcpy(buffer, bytes().data() + m_offset, piece);
     m_offset += piece;
     return piece;
 }
@@ -210,11 +210,11 @@ void CMemFile::Write(const void* buffer, std::int64_t count) {
     const bool own = icawave::pointsInto<std::byte>(first, m_bytes.data(), std::ssize(m_bytes));
     const std::ptrdiff_t place = own ? first - m_bytes.data() : 0; // the bytes move when the file grows
     icawave::withMemoryException([&] {
-        const auto size = static_cast<std::size_t>(m_offset + count);
+        const std::size_t size = m_offset + count;
         if (size > m_bytes.size()) m_bytes.resize(size);
     });
     if (own) first = m_bytes.data() + place;
-    std::memmove(m_bytes.data() + m_offset, first, static_cast<std::size_t>(count));
+    std::memmove(m_bytes.data() + m_offset, first, count);
     m_offset += count;
 }
 

@@ -54,7 +54,7 @@ void prepareMemory(std::int64_t bytes) noexcept {
     bytes = std::min<std::int64_t>(bytes, keptBytes);
     if (bytes < worthPreparing) return;
     std::array<std::byte*, maxPieces> pieces;
-    const std::size_t wanted = std::min(static_cast<std::size_t>(bytes) / pieceBytes + 1, maxPieces);
+    const std::size_t wanted = std::min<std::size_t>(bytes / pieceBytes + 1, maxPieces);
     std::size_t count = 0;
     while (count < wanted && (pieces[count] = static_cast<std::byte*>(std::malloc(pieceBytes)))) ++count;
     if (count == 0) return;

@@ -28,7 +28,7 @@ void append(std::string& text, char32_t c) {
     }
     const int trailing = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
     constexpr std::array<unsigned, 4> lead = {0, 0xC0, 0xE0, 0xF0};
-    text += static_cast<char>(lead[static_cast<std::size_t>(trailing)] | (c >> (6 * trailing)));
+    text += static_cast<char>(lead[trailing] | (c >> (6 * trailing)));
     for (int k = trailing - 1; k >= 0; --k) text += static_cast<char>(0x80 | ((c >> (6 * k)) & 0x3F));
 }
 

@@ -65,8 +65,7 @@ QVariant ListModel::data(const QModelIndex& index, int role) const {
     const CListCtrl* list = control();
     if (!list || !index.isValid()) return {};
     if (role == Qt::DisplayRole) return toQt(list->GetItemText(index.row(), index.column()));
-    if (role == Qt::TextAlignmentRole)
-        return QVariant(m_columns[static_cast<std::size_t>(index.column())].alignment);
+    if (role == Qt::TextAlignmentRole) return QVariant(m_columns[index.column()].alignment);
     if (index.column() != 0) return {};
     if (role == Qt::ToolTipRole) // names are often cut short
         return plainText(oneLine(toQt(list->GetItemText(index.row(), 0))));
@@ -77,7 +76,7 @@ QVariant ListModel::data(const QModelIndex& index, int role) const {
 
 QVariant ListModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= columnCount()) return {};
-    const Column& column = m_columns[static_cast<std::size_t>(section)];
+    const Column& column = m_columns[section];
     if (role == Qt::DisplayRole) return toQt(column.title);
     if (role == Qt::TextAlignmentRole) return QVariant(column.alignment);
     if (role == widthRole) return column.width;

@@ -19,7 +19,7 @@ QImage drawn(const IconImage& picture, const QColor& ink) {
     quint32 used = 0; // a bit for each colour
     for (int y = 0; y < picture.size; ++y) {
         for (int x = 0; x < picture.size; ++x) {
-            const int colour = digit(picture.rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)]);
+            const int colour = digit(picture.rows[y][x]);
             if (colour < 0) continue;
             image.setPixel(x, y, 0xFF000000u | iconColours[colour]);
             used |= 1u << colour;

@@ -11,7 +11,7 @@
 namespace icawave::qt {
 
 inline QString toQt(std::u16string_view text) {
-    return QString(reinterpret_cast<const QChar*>(text.data()), static_cast<qsizetype>(text.size()));
+    return QString(reinterpret_cast<const QChar*>(text.data()), text.size());
 }
 
 inline QString toQt(const CString& text) {
@@ -19,8 +19,7 @@ inline QString toQt(const CString& text) {
 }
 
 inline CString fromQt(const QString& text) {
-    return std::u16string_view(reinterpret_cast<const char16_t*>(text.utf16()),
-                               static_cast<std::size_t>(text.size()));
+    return std::u16string_view(reinterpret_cast<const char16_t*>(text.utf16()), text.size());
 }
 
 // For a single line, whatever the text holds.

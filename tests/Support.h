@@ -118,17 +118,16 @@ using icawave::newDataSet;
 // Channels of given values; channel k's sample i of `countingDataSet` is 100 k + i.
 inline DataSet dataSetOf(const std::vector<std::vector<double>>& channels) {
     DataSet dataSet = newDataSet();
-    dataSet->checkInitSnsIcaData(static_cast<std::int64_t>(channels.size()),
-                                 static_cast<std::int64_t>(channels[0].size()), true);
+    dataSet->checkInitSnsIcaData(channels.size(), channels[0].size(), true);
     for (std::size_t k = 0; k < channels.size(); ++k)
-        dataSet->m_chnlIcaData[k].copy2Mtx(channels[k].data(), static_cast<std::int64_t>(channels[k].size()));
+        dataSet->m_chnlIcaData[k].copy2Mtx(channels[k].data(), channels[k].size());
     return dataSet;
 }
 
 inline DataSet countingDataSet(int nChnl, int nSample) {
-    std::vector<std::vector<double>> channels(static_cast<std::size_t>(nChnl));
+    std::vector<std::vector<double>> channels(nChnl);
     for (int k = 0; k < nChnl; ++k) {
-        for (int i = 0; i < nSample; ++i) channels[static_cast<std::size_t>(k)].push_back(100.0 * k + i);
+        for (int i = 0; i < nSample; ++i) channels[k].push_back(100.0 * k + i);
     }
     return dataSetOf(channels);
 }

@@ -23,7 +23,7 @@ bool refuses(const char* change = "") {
 }
 
 size_t piece(size_t count) {
-    return std::min(count, static_cast<size_t>(systemCalls.largest));
+    return std::min<size_t>(count, systemCalls.largest);
 }
 
 } // namespace

@@ -68,7 +68,7 @@ TEST(ArchiveEncoding, TextLengthsTakeTheShortestForm) {
             units[1] = 0, units[2] = 0xD800; // a zero unit and a lone surrogate are units like others
         const Bytes text = encoded(CString(units));
         ASSERT_EQ(text.size(), prefix.size() + 2 * length);
-        EXPECT_EQ(Bytes(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(prefix.size())), prefix);
+        EXPECT_EQ(Bytes(text.begin(), text.begin() + prefix.size()), prefix);
         for (const std::int32_t bufferSize : {16, 4096})
             EXPECT_EQ(decodedText(text, bufferSize), CString(units));
     }

@@ -8,7 +8,7 @@ using test::Values;
 namespace {
 
 void fill(CChnlIcaData& channel, const Values& v) {
-    channel.copy2Mtx(v.data(), static_cast<std::int64_t>(v.size()));
+    channel.copy2Mtx(v.data(), v.size());
 }
 
 TEST(ChannelBuffers, SizingKeepsABufferThatFits) {

@@ -79,12 +79,10 @@ void changeWord(Sweep& sweep, const fs::path& path, const std::string& word) {
     const std::uint64_t offset = std::stoull(word), bytes = std::stoull(word.substr(colon + 1));
     std::uint64_t value = 0;
     std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-    file.seekg(static_cast<std::streamoff>(offset));
-    file.read(reinterpret_cast<char*>(&value), static_cast<std::streamsize>(bytes));
+    file.seekg(offset);
+    file.read(reinterpret_cast<char*>(&value), bytes);
     const auto put = [&](std::uint64_t changed) {
-        file.seekp(static_cast<std::streamoff>(offset))
-            .write(reinterpret_cast<const char*>(&changed), static_cast<std::streamsize>(bytes))
-            .flush();
+        file.seekp(offset).write(reinterpret_cast<const char*>(&changed), bytes).flush();
     };
     for (const std::uint64_t changed : {std::uint64_t{0}, value / 2, value + 1, std::uint64_t{0x7FFFFFFF}}) {
         put(changed);

@@ -50,7 +50,7 @@ std::vector<std::uint64_t> bitsOf(const Pass& pass) {
 
 template <class Pass>
 Pass plain(Pass pass, const std::vector<double>& values, std::int64_t begin, std::int64_t stop) {
-    for (std::int64_t i = begin; i < stop; ++i) pass.take(values[static_cast<std::size_t>(i)]);
+    for (std::int64_t i = begin; i < stop; ++i) pass.take(values[i]);
     return pass;
 }
 
@@ -125,9 +125,8 @@ TEST_F(KernelLevels, ChainsAndQuotientsAreThoseOfOneValueAfterTheOther) {
             std::vector<double> quotients = arrays[1];
             const std::int64_t divided = level.divide(quotients.data(), std::ssize(quotients), start);
             for (std::int64_t k = 0; k < std::ssize(quotients); ++k) {
-                const double value = arrays[1][static_cast<std::size_t>(k)];
-                ASSERT_EQ(bitsOf(quotients[static_cast<std::size_t>(k)]),
-                          bitsOf(k < divided ? value / start : value));
+                const double value = arrays[1][k];
+                ASSERT_EQ(bitsOf(quotients[k]), bitsOf(k < divided ? value / start : value));
             }
         }
     });

@@ -59,12 +59,10 @@ std::vector<Channels> nastyChannels() {
 
 test::DataSet dataSetFrom(const Channels& channels, std::int64_t totalSample) {
     test::DataSet dataSet = test::newDataSet();
-    dataSet->checkInitSnsIcaData(static_cast<std::int64_t>(channels.size()), 1, true);
+    dataSet->checkInitSnsIcaData(channels.size(), 1, true);
     for (std::size_t k = 0; k < channels.size(); ++k) {
         dataSet->m_chnlIcaData[k].cleanData();
-        if (!channels[k].empty())
-            dataSet->m_chnlIcaData[k].copy2Mtx(channels[k].data(),
-                                               static_cast<std::int64_t>(channels[k].size()));
+        if (!channels[k].empty()) dataSet->m_chnlIcaData[k].copy2Mtx(channels[k].data(), channels[k].size());
     }
     dataSet->m_totalSample = totalSample;
     return dataSet;
@@ -74,7 +72,7 @@ test::DataSet dataSetFrom(const Channels& channels, std::int64_t totalSample) {
 void forEachNasty(const std::function<void(CTrialIcaDatazq&, const Channels&, std::int64_t)>& f) {
     std::size_t number = 0;
     for (const Channels& channels : nastyChannels()) {
-        const auto n = static_cast<std::int64_t>(channels[0].size());
+        const std::int64_t n = channels[0].size();
         for (const std::int64_t total : {n, n + 2, n - 1}) {
             SCOPED_TRACE("data set " + std::to_string(number) + ", " + std::to_string(total) + " samples");
             const test::DataSet dataSet = dataSetFrom(channels, total);
@@ -87,7 +85,7 @@ void forEachNasty(const std::function<void(CTrialIcaDatazq&, const Channels&, st
 }
 
 double at(const Values& channel, std::int64_t i) {
-    return i < static_cast<std::int64_t>(channel.size()) ? channel[static_cast<std::size_t>(i)] : 0.0;
+    return i < std::ssize(channel) ? channel[i] : 0.0;
 }
 
 struct Range {
@@ -228,7 +226,7 @@ TEST(Passes, StatisticsOfOneChannel) {
         const Values& v = channels.back();
         const Plain plain(v);
         CChnlIcaDatazq channel;
-        channel.copy2Mtx(v.data(), static_cast<std::int64_t>(v.size()));
+        channel.copy2Mtx(v.data(), v.size());
         double min, mean, max, mean2, absMean, rms, fromFirst = v.empty() ? 0.0 : v[0];
         for (std::size_t i = 1; i < v.size(); ++i) fromFirst += v[i];
         EXPECT_EQ(channel.getStatistic(min, mean, max, mean2, absMean, rms), 1);

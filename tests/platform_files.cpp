@@ -24,7 +24,7 @@ TEST(Files, BufferedPiecesArriveInOrder) {
         EXPECT_EQ(out.GetPosition(), written);
         EXPECT_EQ(out.GetLength(), written);
     }
-    ASSERT_EQ(written, static_cast<std::int64_t>(bytes.size()));
+    ASSERT_EQ(written, std::ssize(bytes));
     out.Close();
     struct stat status;
     ASSERT_EQ(::stat((folder / "a").utf8().c_str(), &status), 0);

@@ -107,8 +107,7 @@ void expectTruncationsTold(const char* name) {
     const Bytes whole = test::golden(name);
     for (std::size_t length = 0; length < whole.size(); ++length) {
         T object;
-        const Outcome outcome =
-            load(object, Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)), 64);
+        const Outcome outcome = load(object, Bytes(whole.begin(), whole.begin() + length), 64);
         ASSERT_TRUE(outcome.fault) << name << " cut to " << length << " bytes";
         EXPECT_LE(outcome.fault->offset, static_cast<std::int64_t>(length));
         const Bytes again = stored(object);

@@ -28,7 +28,7 @@ std::int32_t CImageList::AddIcon(std::int32_t number) {
 
 const icawave::IconImage* CImageList::GetImage(std::int32_t index) const {
     if (index < 0 || index >= GetImageCount()) return nullptr;
-    const icawave::IconResource* icon = m_icons[static_cast<std::size_t>(index)];
+    const icawave::IconResource* icon = m_icons[index];
     return m_size > icon->small.size ? &icon->large : &icon->small;
 }
 
@@ -38,8 +38,7 @@ std::int32_t CListCtrl::InsertColumn(std::int32_t column, const CString& title, 
     column = std::min(column, GetColumnCount());
     m_columns.insert(m_columns.begin() + column, {title, format, width, subItem});
     for (Row& row : m_rows) {
-        if (static_cast<std::size_t>(column) < row.cells.size())
-            row.cells.insert(row.cells.begin() + column, CString());
+        if (column < std::ssize(row.cells)) row.cells.insert(row.cells.begin() + column, CString());
     }
     changed();
     return column;
@@ -49,7 +48,7 @@ bool CListCtrl::DeleteColumn(std::int32_t column) {
     if (!columnAt(column)) return false;
     m_columns.erase(m_columns.begin() + column);
     for (Row& row : m_rows) {
-        if (static_cast<std::size_t>(column) < row.cells.size()) row.cells.erase(row.cells.begin() + column);
+        if (column < std::ssize(row.cells)) row.cells.erase(row.cells.begin() + column);
     }
     changed();
     return true;
@@ -101,14 +100,14 @@ bool CListCtrl::DeleteAllItems() {
 
 CString CListCtrl::GetItemText(std::int32_t row, std::int32_t column) const {
     const Row* found = rowAt(row);
-    const bool set = found && column >= 0 && static_cast<std::size_t>(column) < found->cells.size();
-    return set ? found->cells[static_cast<std::size_t>(column)] : CString();
+    const bool set = found && column >= 0 && column < std::ssize(found->cells);
+    return set ? found->cells[column] : CString();
 }
 
 bool CListCtrl::SetItemText(std::int32_t row, std::int32_t column, const CString& text) {
     if (!rowAt(row) || !columnAt(column)) return false;
-    std::vector<CString>& cells = m_rows[static_cast<std::size_t>(row)].cells;
-    const auto index = static_cast<std::size_t>(column);
+    std::vector<CString>& cells = m_rows[row].cells;
+    const std::size_t index = column;
     if (index >= cells.size()) cells.resize(index + 1);
     cells[index] = text;
     changed();
@@ -132,7 +131,7 @@ bool CListCtrl::SetItemState(std::int32_t row, std::uint32_t state, std::uint32_
     if (state & mask & itemFocused) {
         for (std::uint32_t& each : states) each &= ~itemFocused;
     }
-    std::uint32_t& own = states[static_cast<std::size_t>(row)];
+    std::uint32_t& own = states[row];
     own = (own & ~mask) | (state & mask);
     applyStates(states, row);
     return true;
@@ -202,11 +201,11 @@ void CListCtrl::clickHeader(std::int32_t column) {
 }
 
 const CListCtrl::Row* CListCtrl::rowAt(std::int32_t row) const {
-    return row < 0 || row >= GetItemCount() ? nullptr : &m_rows[static_cast<std::size_t>(row)];
+    return row < 0 || row >= GetItemCount() ? nullptr : &m_rows[row];
 }
 
 const CListCtrl::Column* CListCtrl::columnAt(std::int32_t column) const {
-    return column < 0 || column >= GetColumnCount() ? nullptr : &m_columns[static_cast<std::size_t>(column)];
+    return column < 0 || column >= GetColumnCount() ? nullptr : &m_columns[column];
 }
 
 // Each row takes its new state just before it is told of. A handler may change the list; rows that are gone
@@ -215,26 +214,17 @@ void CListCtrl::applyStates(const std::vector<std::uint32_t>& states, std::int32
     std::vector<std::int32_t> order;
     for (const bool losing : {true, false}) {
         for (std::int32_t k = 0; k < static_cast<std::int32_t>(states.size()); ++k) {
-            const std::uint32_t before = m_rows[static_cast<std::size_t>(k)].state,
-                                after = states[static_cast<std::size_t>(k)];
+            const std::uint32_t before = m_rows[k].state, after = states[k];
             if (k != actedOn && before != after && losing == ((before & ~after) != 0)) order.push_back(k);
         }
     }
-    if (rowAt(actedOn) &&
-        m_rows[static_cast<std::size_t>(actedOn)].state != states[static_cast<std::size_t>(actedOn)])
-        order.push_back(actedOn);
+    if (rowAt(actedOn) && m_rows[actedOn].state != states[actedOn]) order.push_back(actedOn);
     const std::uint64_t act = ++m_acts;
     for (const std::int32_t k : order) {
         if (!rowAt(k)) continue;
-        const std::uint32_t before =
-            std::exchange(m_rows[static_cast<std::size_t>(k)].state, states[static_cast<std::size_t>(k)]);
+        const std::uint32_t before = std::exchange(m_rows[k].state, states[k]);
         changed();
-        tellParent({{this, GetDlgCtrlID(), icawave::itemChanged},
-                    k,
-                    0,
-                    states[static_cast<std::size_t>(k)],
-                    before,
-                    act});
+        tellParent({{this, GetDlgCtrlID(), icawave::itemChanged}, k, 0, states[k], before, act});
     }
 }
 

@@ -27,18 +27,16 @@ std::int32_t CMenu::GetMenuItemCount() const {
 }
 
 CMenu* CMenu::GetSubMenu(std::int32_t position) const {
-    return position < 0 || position >= GetMenuItemCount()
-               ? nullptr
-               : m_items[static_cast<std::size_t>(position)].popup.get();
+    return position < 0 || position >= GetMenuItemCount() ? nullptr : m_items[position].popup.get();
 }
 
 icawave::MenuItem CMenu::GetMenuItem(std::int32_t position) const {
-    return m_items.at(static_cast<std::size_t>(position)).item;
+    return m_items.at(position).item;
 }
 
 const CMenu* CMenu::find(std::int32_t id, std::int32_t& position) const {
     for (position = 0; position < GetMenuItemCount(); ++position) {
-        const Item& item = m_items[static_cast<std::size_t>(position)];
+        const Item& item = m_items[position];
         if (item.popup) {
             std::int32_t inside = 0;
             if (const CMenu* menu = item.popup->find(id, inside)) {
@@ -87,5 +85,5 @@ void CMenu::load(std::span<const icawave::MenuItemTemplate> items) {
 CMenu::Item* CMenu::findItem(std::int32_t id) {
     std::int32_t position = 0;
     auto* menu = const_cast<CMenu*>(find(id, position));
-    return menu ? &menu->m_items[static_cast<std::size_t>(position)] : nullptr;
+    return menu ? &menu->m_items[position] : nullptr;
 }

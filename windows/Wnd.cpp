@@ -141,7 +141,7 @@ void CWnd::takePlaceOf(CWnd& other) {
         std::find(parent->m_children.begin(), parent->m_children.end(), &other) - parent->m_children.begin();
     createChild(*parent, other.m_id, other.m_text, other.m_style, other.m_place);
     parent->m_children.pop_back();
-    parent->m_children[static_cast<std::size_t>(position)] = this;
+    parent->m_children[position] = this;
     other.m_parent = nullptr;
 }
 

@@ -65,7 +65,7 @@ struct Compare {
 private:
     static std::string place(const auto&, std::size_t k) { return "[" + std::to_string(k) + "]"; }
     static std::string place(const MatrixValues& matrix, std::size_t k) {
-        const auto columns = static_cast<std::size_t>(matrix.columns);
+        const std::size_t columns = matrix.columns;
         return "row " + std::to_string(k / columns) + " column " + std::to_string(k % columns);
     }
     static std::optional<std::string> compareValues(const auto& a, const auto& b) {

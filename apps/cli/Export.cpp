@@ -32,7 +32,7 @@ std::string csvCell(const std::string& text) {
 }
 
 void writeText(CFile& file, const std::string& text) {
-    file.Write(text.data(), static_cast<std::int64_t>(text.size()));
+    file.Write(text.data(), text.size());
 }
 
 void writeCsv(CFile& file, CTrialIcaDatazq& d) {
@@ -60,10 +60,10 @@ void writeNpy(CFile& file, CTrialIcaDatazq& d) {
     start += static_cast<char>(header.size() & 255);
     start += static_cast<char>(header.size() >> 8);
     writeText(file, start + header);
-    std::vector<double> row(static_cast<std::size_t>(samples));
+    std::vector<double> row(samples);
     for (std::int64_t k = 0; k < d.getIcaChnlTotal(); ++k) {
-        for (std::int64_t t = 0; t < samples; ++t) row[static_cast<std::size_t>(t)] = d.getValue(t, k);
-        file.Write(row.data(), samples * static_cast<std::int64_t>(sizeof(double)));
+        for (std::int64_t t = 0; t < samples; ++t) row[t] = d.getValue(t, k);
+        file.Write(row.data(), samples * sizeof(double));
     }
 }
 

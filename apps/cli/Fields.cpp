@@ -56,7 +56,7 @@ private:
 
 void Walker::values(const char* name, const double* data, std::int64_t size) {
     if (!data) return tell(name, {});
-    tell(name, std::span(data, static_cast<std::size_t>(size)));
+    tell(name, std::span(data, size));
 }
 
 void Walker::field(const std::string& name, CMMatrix2Dzq& matrix) {

@@ -23,9 +23,7 @@ struct MatrixValues {
 
     std::size_t size() const { return values.size(); }
     double operator[](std::size_t k) const { return values[k]; }
-    std::span<const double> row(std::size_t first) const {
-        return values.subspan(first, static_cast<std::size_t>(columns));
-    }
+    std::span<const double> row(std::size_t first) const { return values.subspan(first, columns); }
 };
 
 // Absent, a number (truth values are 0 or 1, nested objects 1, arrays of objects their count), a text, or

@@ -106,7 +106,7 @@ void Summary::add(CTrialIcaDatazq& d) {
     times.add({{"samplingRate", d.m_sampleRate},
                {"latencyBegin", d.m_anaLatencyBegin},
                {"latencyEnd", d.m_anaLatencyEnd}});
-    const auto count = static_cast<std::size_t>(std::max<std::int64_t>(d.getIcaChnlTotal(), 0));
+    const std::size_t count = std::max<std::int64_t>(d.getIcaChnlTotal(), 0);
     having.resize(std::max(having.size(), count));
     hiding.resize(having.size());
     for (std::size_t k = 0; k < count; ++k) {

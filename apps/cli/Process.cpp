@@ -79,7 +79,7 @@ void statsFile(const std::string& file, const StatsOptions& options) {
     Input input(file);
     std::vector<std::int32_t> indices = input.chosen(options.dataSets);
     if (options.dataSets.empty()) {
-        indices.resize(static_cast<std::size_t>(input.count()));
+        indices.resize(input.count());
         std::iota(indices.begin(), indices.end(), 0);
     }
     JsonWriter json(std::cout, ", ");
@@ -147,7 +147,7 @@ struct SumOptions {
 
 bool same(CMMatrix2Dzq& a, CMMatrix2Dzq& b) {
     if (a.getRow() != b.getRow() || a.getCol() != b.getCol()) return false;
-    const auto bytes = static_cast<std::size_t>(a.getRow() * a.getCol()) * sizeof(double);
+    const std::size_t bytes = a.getRow() * a.getCol() * sizeof(double);
     return bytes == 0 || std::memcmp(a.getDataPP()[0], b.getDataPP()[0], bytes) == 0;
 }
 

@@ -41,7 +41,7 @@ std::string padded(const std::string& utf8, std::size_t width) {
 
 std::size_t codePoints(const std::string& utf8) {
     const auto begins = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; };
-    return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), begins));
+    return std::count_if(utf8.begin(), utf8.end(), begins);
 }
 
 } // namespace icawave::cli

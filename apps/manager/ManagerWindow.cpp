@@ -23,7 +23,7 @@ class Digest : public CFile {
 public:
     void Write(const void* bytes, std::int64_t count) override {
         m_length += count;
-        const std::string_view piece(static_cast<const char*>(bytes), static_cast<std::size_t>(count));
+        const std::string_view piece(static_cast<const char*>(bytes), count);
         value = value * 31 + std::hash<std::string_view>()(piece);
     }
     void Flush() override {}

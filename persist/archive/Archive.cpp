@@ -102,7 +102,7 @@ void CArchive::Flush() {
 void CArchive::FillBuffer(std::int64_t count) {
     requireMode(true);
     const std::int32_t kept = m_filled - m_next;
-    std::memmove(m_buffer.get(), m_buffer.get() + m_next, static_cast<std::size_t>(kept));
+    std::memmove(m_buffer.get(), m_buffer.get() + m_next, kept);
     m_next = 0;
     m_filled = kept;
     while (m_filled - kept < count) {
@@ -148,8 +148,7 @@ void CArchive::noteFault(const char* text) noexcept {
     if (m_fault) return;
     try {
         std::string record;
-        for (std::size_t depth = 1; depth < m_levels.size() && depth <= static_cast<std::size_t>(m_depth);
-             ++depth) {
+        for (std::int32_t depth = 1; depth < std::ssize(m_levels) && depth <= m_depth; ++depth) {
             const Level& level = m_levels[depth];
             if (depth > 1) record += ", ";
             record += level.keyword;
@@ -169,7 +168,7 @@ std::int64_t CArchive::readBytes(void* buffer, std::int64_t count) {
     if (count <= 0) return 0;
     auto* to = static_cast<std::byte*>(buffer);
     const std::int64_t buffered = std::min<std::int64_t>(count, m_filled - m_next);
-    std::memcpy(to, m_buffer.get() + m_next, static_cast<std::size_t>(buffered));
+    std::memcpy(to, m_buffer.get() + m_next, buffered);
     m_next += static_cast<std::int32_t>(buffered);
     std::int64_t done = buffered;
     while (done < count) {
@@ -185,12 +184,12 @@ std::int64_t CArchive::readBytes(void* buffer, std::int64_t count) {
 std::u16string CArchive::loadText(std::int64_t length, bool wide) {
     const std::int64_t unitBytes = wide ? 2 : 1;
     std::u16string text;
-    text.reserve(static_cast<std::size_t>(std::min(length, remainingBytes() / unitBytes)));
+    text.reserve(std::min(length, remainingBytes() / unitBytes));
     std::unique_ptr<unsigned char[]> narrow;
-    if (!wide) narrow.reset(new unsigned char[static_cast<std::size_t>(std::min(length, textPiece))]);
+    if (!wide) narrow.reset(new unsigned char[std::min(length, textPiece)]);
     for (std::int64_t done = 0; done < length;) {
         const std::int64_t piece = std::min(length - done, textPiece);
-        text.resize(static_cast<std::size_t>(done + piece));
+        text.resize(done + piece);
         char16_t* units = text.data() + done;
         void* to = wide ? static_cast<void*>(units) : narrow.get();
         if (readBytes(to, piece * unitBytes) < piece * unitBytes) raise(CArchiveException::endOfFile, {});
@@ -206,7 +205,7 @@ void CArchive::handOver() {
 }
 
 void CArchive::enter(const char* keyword) noexcept {
-    const auto depth = static_cast<std::size_t>(++m_depth);
+    const std::size_t depth = ++m_depth;
     if (depth >= m_levels.size()) return; // a host's own records around ours; counted, not named
     Level& parent = m_levels[depth - 1];
     if (parent.lastKeyword != keyword) parent.nextOrdinal = 0;

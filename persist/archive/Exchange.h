@@ -66,7 +66,7 @@ inline bool loadBlock(CArchive& archive, std::int64_t& size, double*& values, bo
         size = 0;
         return archive.reject("Not enough memory!") != 0;
     }
-    const std::int64_t wanted = size * static_cast<std::int64_t>(sizeof(double));
+    const std::int64_t wanted = size * sizeof(double);
     const std::int64_t got = archive.Read(values, wanted);
     if (got == wanted) return true;
     std::fill(values + got / static_cast<std::int64_t>(sizeof(double)), values + size, 0.0);
@@ -77,7 +77,7 @@ inline bool loadBlock(CArchive& archive, std::int64_t& size, double*& values, bo
 inline void storeBlock(CArchive& archive, std::int64_t size, const double* values, bool present) {
     archive << std::int32_t{present};
     if (!present) return;
-    archive.Write(values, size * static_cast<std::int64_t>(sizeof(double)));
+    archive.Write(values, size * sizeof(double));
 }
 
 // A block's length in bytes must fit 32 bits for every reader of the format.

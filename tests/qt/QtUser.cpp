@@ -20,8 +20,7 @@ namespace test {
 namespace {
 
 CString text(const QString& from) {
-    return CString(std::u16string_view(reinterpret_cast<const char16_t*>(from.utf16()),
-                                       static_cast<std::size_t>(from.size())));
+    return CString(std::u16string_view(reinterpret_cast<const char16_t*>(from.utf16()), from.size()));
 }
 
 void click(QWidget& widget, QPoint at, Qt::KeyboardModifiers modifiers = {}) {

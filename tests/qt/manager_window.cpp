@@ -75,7 +75,7 @@ TEST_F(ManagerWindows, SaveFromTheirMenuAndNeverOverOthersChanges) {
     open();
     const auto other = test::golden("package_several.bin");
     std::ofstream(folder.path / "trials.icpkg", std::ios::binary)
-        .write(reinterpret_cast<const char*>(other.data()), static_cast<std::streamsize>(other.size()));
+        .write(reinterpret_cast<const char*>(other.data()), other.size());
     choose(4462);
     user.answerNextMessage(QMessageBox::Save);
     EXPECT_FALSE(window->close());
