@@ -36,8 +36,8 @@ inline double median(std::vector<double> values) {
 }
 
 // Reports the median of limit / operation as "ratio": 1 is the limit itself, 0.5 takes twice as long. Both
-// are functions that return the seconds of what counts, so that they can prepare and check without being
-// timed. What a neighbour does to the machine meets both of a pair alike.
+// are functions that return the seconds that they timed, so that preparation and checks do not count.
+// Measured alternately, both suffer alike from other load on the machine.
 template <class Operation, class Limit>
 void comparePairs(benchmark::State& state, Operation operation, Limit limit) {
     constexpr int pairs = 9;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What one data set of 10 channels x 100 samples costs: nothing that serves large data may make it dearer.
+// The cost of one data set of 10 channels x 100 samples, which what serves large data must not raise.
 #include "bench/Pairs.h"
 
 #include <icawave/PackageFile.h>

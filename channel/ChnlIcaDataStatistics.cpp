@@ -68,7 +68,7 @@ std::int32_t CChnlIcaData::getStatistic(double& min, double& mean, double& max, 
     min = pass.min;
     max = pass.max;
     mean = pass.sum / n;
-    mean2 = (0.0 + pass.sum) / n; // a sum that starts from 0.0
+    mean2 = (0.0 + pass.sum) / n; // as if the sum had begun with 0.0: no negative zero
     absMean = pass.magnitudes / n;
     rms = std::sqrt(pass.squares / n);
     return 1;

@@ -28,21 +28,21 @@ public:
     explicit EeglabImport(const std::string& source);
 
     std::int64_t trials() const { return m_set.trials; }
-    // That the samples are read from; empty when they are in the .set.
+    // The .fdt that the samples are read from; empty when they are in the .set.
     std::filesystem::path sampleFile() const;
 
     // Writes the package, a data set for each trial. `whenAdded` is told how many there are so far.
     void write(CFile& file, const std::function<void(std::int64_t)>& whenAdded = {});
 
-    // What a user should know, once all trials are written: of the file, and of its values.
+    // Once all trials are written: what may be wrong, and what was imported.
     std::vector<std::string> warnings() const;
     std::string report() const;
 
 private:
     using Rows = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
 
-    // The decomposition as every parameter set keeps it. Square weights unmix what the sphere whitened;
-    // others stay with the sphere, as one step from the sensors to the components.
+    // The decomposition as every parameter set keeps it. Square weights are the unmixing matrix, after the
+    // sphere; other weights are multiplied with the sphere, and the unmixing matrix is the identity.
     struct Parameters {
         explicit Parameters(const EeglabSet& set);
 

@@ -56,8 +56,8 @@ MatValue EeglabSet::field(const char* fieldName) const {
     return m_set.isMissing() ? m_file.variable(fieldName) : m_set.field(fieldName);
 }
 
-// Variables have no common end: of a file that was cut behind one of them, or lost one, the others load.
-// Those that would be missed in silence must be there, empty or not.
+// Where the fields are variables of their own, a file that was cut between two of them still loads. So those
+// without which the import would silently give something else must be there, if only empty.
 void EeglabSet::requireAllVariables() const {
     if (field("nbchan").isMissing()) {
         const bool several = !m_file.variable("ALLEEG").isMissing();

@@ -147,7 +147,7 @@ void unshuffle(std::vector<std::byte>& bytes, std::size_t each) {
     for (std::size_t k = 0; k < count * each; ++k) bytes[k] = shuffled[k % each * count + k / each];
 }
 
-// The values of one dataset, not one of them from anywhere but the file.
+// Reads the values of one dataset. All of them must stand in the file: no fill values, no other files.
 class ValueReader {
 public:
     ValueReader(hid_t dataset, std::uint64_t fileBytes)
@@ -235,7 +235,7 @@ private:
         return bytes;
     }
 
-    // What of a chunk lies inside of the array, row by row; the last index runs fastest.
+    // Copies a chunk's rows (the last index runs fastest) without what lies beyond the edges of the array.
     void copyRows(const std::vector<std::byte>& from, const std::vector<hsize_t>& chunk,
                   const std::vector<hsize_t>& begin) {
         const std::size_t last = chunk.size() - 1;
@@ -365,7 +365,7 @@ private:
         if (withValues) found.values = ValueReader(dataset, m_fileBytes).read();
     }
 
-    // One index is a row.
+    // HDF5's order is the reverse of MATLAB's; an array of one dimension is a row.
     static void setSizes(const std::vector<hsize_t>& sizes, Found& found) {
         found.sizes.assign(sizes.rbegin(), sizes.rend());
         while (found.sizes.size() < 2) found.sizes.insert(found.sizes.begin(), 1);

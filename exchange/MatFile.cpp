@@ -167,7 +167,7 @@ void MatValue::requireReal() const {
     if (m_array->isComplex) fail("is complex");
 }
 
-// Small storage and compression let a small file state large values.
+// By compression and small storage types a small file can claim many values.
 void MatValue::requireAffordable(std::int64_t count, std::size_t bytesEach) const {
     const std::uint64_t most = (std::uint64_t{8} << 20) + 2 * m_file->bytes();
     if (static_cast<std::uint64_t>(count) > most / bytesEach)

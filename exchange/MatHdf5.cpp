@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// MAT-files of level 7.3, which are HDF5. Nothing can be promised of how the HDF5 library takes damaged bytes.
-// So a child process asks it (Hdf5Child.cpp), under limits of memory and time, and reads only what is wanted; a
-// child that dies is a file that is refused, and what it answers is checked like a file.
+// MAT-files of level 7.3, which are HDF5. Nothing can be promised of how the HDF5 library takes damaged
+// bytes. So a child process asks it (Hdf5Child.cpp), under limits of memory and time, and reads only what is
+// wanted; a child that dies is a file that is refused, and what it answers is checked like a file.
 #include "exchange/ChildProcess.h"
 #include "exchange/Hdf5Child.h"
 #include "exchange/MatArray.h"

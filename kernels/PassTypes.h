@@ -92,8 +92,8 @@ using SquaresPass = SquaresPassOf<double>;
 using RangeAndSumPass = RangeAndSumPassOf<double>;
 using StatisticsPass = StatisticsPassOf<double>;
 
-// Takes values begin, begin + 1, ... of several arrays, each in its ascending order, as long as whole
-// registers can be filled; returns the first that is left.
+// Takes values begin, begin + 1, ... of several arrays, each in ascending order, while they fill whole
+// registers; returns the index of the first value not taken.
 template <class Pass>
 using PassKernel = std::int64_t (*)(const double* const* values, std::int64_t begin, std::int64_t stop,
                                     Pass* passes);
@@ -102,7 +102,7 @@ template <template <class> class... PassOf>
 struct PassList {
     using Table = std::tuple<PassKernel<PassOf<double>>...>;
 
-    // Of the functions that take each pass for one instruction set.
+    // The functions of one instruction set, one for each pass.
     template <class Lanes>
     static constexpr Table table() {
         return {Lanes::template take<PassOf>...};
@@ -114,8 +114,8 @@ struct PassList {
     }
 
 private:
-    // Lanes exchange whole passes as arrays of T. Of a type of three bytes, whatever is no T is told by its
-    // size.
+    // Lanes copy a pass as if it were an array of T. With a T of three bytes, a size that none of the other
+    // types has, a member of another type changes the size of the pass.
     struct Probe {
         char bytes[3];
     };

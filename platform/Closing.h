@@ -9,9 +9,9 @@
 
 namespace icawave {
 
-// Runs close() once and shows a failure as a message, since a destructor cannot raise it. Does nothing while
-// an exception unwinds that was not in flight when the object was made (`unwinding` exceptions were): what it
-// interrupted is not worth keeping.
+// Runs close() once and shows a failure as a message, since a destructor cannot raise it. Does nothing when
+// an exception destroys the object, since what it was writing is incomplete: then more exceptions are in
+// flight than the `unwinding` ones that were when the object was made.
 template <class Close>
 void closeInDestructor(int unwinding, Close&& close) noexcept {
     if (std::uncaught_exceptions() > unwinding) return;

@@ -16,7 +16,7 @@ namespace icawave {
 
 namespace {
 
-constexpr std::size_t pieceBytes = 64 * 1024; // below what malloc asks the system for by itself
+constexpr std::size_t pieceBytes = 64 * 1024; // taken from the heap; malloc maps large blocks
 constexpr std::size_t maxPieces = 4096;
 constexpr std::int64_t worthPreparing = 256 * 1024;
 
@@ -59,7 +59,7 @@ void prepareMemory(std::int64_t bytes) noexcept {
     while (count < wanted && (pieces[count] = static_cast<std::byte*>(std::malloc(pieceBytes)))) ++count;
     if (count == 0) return;
     std::sort(pieces.begin(), pieces.begin() + count, std::less<>());
-    std::byte *begin = nullptr, *end = nullptr; // of pieces side by side that are not there yet
+    std::byte *begin = nullptr, *end = nullptr; // of adjacent pieces without pages
     for (std::size_t k = 0; k < count; ++k) {
         if (system::isProvided(pieces[k] + pieceBytes / 2)) continue;
         if (!end || static_cast<std::size_t>(pieces[k] - end) > system::pageBytes) {

@@ -8,10 +8,10 @@ namespace icawave {
 
 // Does nothing unless the program keeps memory (icawave/platform/Memory.h).
 //
-// The first touch of each page of new memory costs many times the copy that it is touched for, and the C
-// library gives a freed heap back at once. This has the heap grow by what `bytes` lack, has the system provide
-// the pages in one call, and frees them: allocations that follow are cut from them, each one of its own. The
-// last 64 KiB stay allocated, so that what is released before them stays with the program.
+// A page fault on new memory costs many times the copying that causes it, and the C library returns a freed
+// heap to the system at once. This allocates `bytes` in pieces of 64 KiB, has the system provide their pages
+// in one call and frees the pieces, so that the load's allocations are taken from provided pages. The piece
+// with the highest address stays allocated: a heap is only returned from its end.
 void prepareMemory(std::int64_t bytes) noexcept;
 
 } // namespace icawave

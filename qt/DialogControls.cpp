@@ -109,7 +109,7 @@ void DialogWidget::showControl(QWidget& widget, CWnd& control) {
     }
     widget.setGeometry(place.left, place.top, width, place.Height());
     widget.setEnabled(!(control.GetStyle() & disabled));
-    if (m_dialog->IsWindowVisible()) widget.setVisible(control.IsWindowVisible()); // else not to be known
+    if (m_dialog->IsWindowVisible()) widget.setVisible(control.IsWindowVisible()); // in a hidden one none is
     if (auto* list = dynamic_cast<ListView*>(&widget)) list->showControl();
 }
 
@@ -136,7 +136,7 @@ void DialogWidget::addMenu(QMenu& menu, const CMenu& items) {
     }
 }
 
-// What is enabled and checked. A menu tells nobody when that changes.
+// Updates what is enabled and checked, each time before a menu is shown: menus have no peer to be told.
 void DialogWidget::showMenu(const QWidget& menu) {
     for (QAction* action : menu.actions()) {
         if (action->menu()) showMenu(*action->menu());

@@ -102,7 +102,7 @@ void DialogWidget::showState() {
     if (m_menuBar) showMenu(*m_menuBar);
 }
 
-// The library's size, when it is another than before: else the user's holds.
+// Takes the library's size only when that has changed: otherwise the size is the one that the user gave.
 void DialogWidget::showSize() {
     const QSize size = sizeOf(m_dialog->GetClientRect());
     if (size == m_size) return;
@@ -133,15 +133,15 @@ void DialogWidget::reject() {
     act([](CDialogEx& dialog) { dialog.SendMessage(message::close, 0, 0); });
 }
 
-// Each time that they show a window Qt puts a dialog in the middle, and the window system anything that has
-// no position of its own.
+// Shows the window where it was when it was hidden. By themselves Qt would centre a dialog, and the window
+// system would place a window without a position, each time that it is shown.
 void DialogWidget::setVisible(bool visible) {
     if (isWindow() && visible != isVisible() && !isMaximized() && !isFullScreen()) {
         if (!visible) {
             m_position = pos();
         } else if (m_position && windowHandle() && QGuiApplication::screenAt(*m_position)) {
             setAttribute(Qt::WA_Moved);
-            windowHandle()->setFramePosition(*m_position); // move() takes it for no change, and says nothing
+            windowHandle()->setFramePosition(*m_position); // move() does nothing: Qt has this position
         }
     }
     QDialog::setVisible(visible);

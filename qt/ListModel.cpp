@@ -30,7 +30,7 @@ bool ListModel::updateColumns() {
     return true;
 }
 
-// Rows come and go at the end and all the others are repainted, so that the view keeps its place.
+// Inserts and removes rows at the end and repaints all others: a reset would lose the scroll position.
 void ListModel::updateRows() {
     const CListCtrl* list = control();
     const int rows = list ? list->GetItemCount() : 0;
@@ -59,8 +59,8 @@ int ListModel::columnCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(m_columns.size());
 }
 
-// Between a change of the control and the next update a row may be gone: the control has empty texts and no
-// image for it.
+// A row may be gone from the control before the model is updated: the control then gives an empty text and no
+// image.
 QVariant ListModel::data(const QModelIndex& index, int role) const {
     const CListCtrl* list = control();
     if (!list || !index.isValid()) return {};

@@ -27,8 +27,8 @@ QColor textColour(const QPalette& palette, QStyle::State state) {
     return palette.color(group, state & QStyle::State_Selected ? QPalette::HighlightedText : QPalette::Text);
 }
 
-// Marks the row under the pointer where the control tracks it (not every style does by itself), and draws
-// icons in the colour of the text beside them.
+// Highlights the row under the pointer where the control has track select, which not every style does by
+// itself, and draws icons in the colour of the text beside them.
 class RowDelegate : public QStyledItemDelegate {
 public:
     RowDelegate(QObject* parent, const ListModel& model) : QStyledItemDelegate(parent), m_model(model) {}
@@ -93,7 +93,7 @@ void ListView::showControl() {
     showSelection();
 }
 
-// What the other columns leave is the name's.
+// The first column, the name's, takes the width that the others leave, until the user resizes it.
 void ListView::giveSpareWidth() {
     if (m_nameIsUsers || m_model.columnCount() == 0) return;
     const QScopedValueRollback resizing(m_resizing, true);
@@ -127,7 +127,7 @@ void ListView::showSelection() {
     }
 }
 
-// Beside the columns a row goes on to the edge of the list.
+// A row reaches to the edge of the list, also where no column is.
 int ListView::rowAt(int y) const {
     return indexAt({header()->sectionViewportPosition(0) + 1, y}).row();
 }
@@ -204,7 +204,7 @@ int ListView::rowAfter(int key) const {
     }
 }
 
-// As a click on that row would. Control with a key that moves moves the focus alone.
+// Acts as a click on that row does; but with the control key, keys other than space only move the focus.
 void ListView::keyToRow(int row, const QKeyEvent& event) {
     const bool ctrl = event.modifiers() & Qt::ControlModifier, shift = event.modifiers() & Qt::ShiftModifier;
     const bool moves = event.key() != Qt::Key_Space;
@@ -234,13 +234,13 @@ void ListView::paintEvent(QPaintEvent* event) {
     painter.drawRect((onRow ? QRect(0, row.top(), all.width(), row.height()) : all).adjusted(0, 0, -1, -1));
 }
 
-// The focus's mark does not scroll with the columns.
+// Scrolling would move the focus frame's pixels along with the columns.
 void ListView::scrollContentsBy(int dx, int dy) {
     QTreeView::scrollContentsBy(dx, dy);
     viewport()->update();
 }
 
-// The base class would choose a row to have the focus.
+// QTreeView's handler would move the focus to a row of its choice.
 void ListView::focusInEvent(QFocusEvent* event) {
     QAbstractScrollArea::focusInEvent(event);
     viewport()->update();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The list control as a tree view without a tree. The control alone knows rows, selection and focus: what
-// the user does is told to it, and what it says then is shown.
+// The list control as a tree view without a tree. Rows, selection and focus are the control's: the view
+// passes the user's acts to it and shows its state afterwards.
 #pragma once
 
 #include <icawave/platform/ListCtrl.h>
@@ -14,8 +14,8 @@
 
 namespace icawave::qt {
 
-// Translates indexes and roles into questions to the control. The control changes at any time; the view is
-// told by the updates.
+// Translates indexes and roles into questions to the control. The control may change at any time; the view
+// learns of it by updateColumns and updateRows.
 class ListModel : public QAbstractTableModel {
 public:
     static constexpr int imageRole = Qt::UserRole; // the index of the row's image

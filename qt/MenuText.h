@@ -10,8 +10,8 @@
 
 namespace icawave::qt {
 
-// A letter chooses the item of that mnemonic, or goes from one to the next of several: without a mnemonic of
-// its own an item has its first letter.
+// An item without a mnemonic gets its first letter, so that this key chooses it (or, where several items have
+// the same one, moves from one to the next).
 inline void setMenuText(QAction& action, const CString& text) {
     const QString plain = toQt(text);
     const bool add =

@@ -15,8 +15,8 @@ namespace icawave::qt {
 
 namespace {
 
-// Runs a modal dialog, which its parent may destroy meanwhile; the pointer to it is null then. A wait cursor
-// would stay over it: an arrow lies over that for as long.
+// Runs a modal dialog, which its parent may destroy meanwhile; the pointer to it is null then. While it is
+// open, an arrow replaces the wait cursor, which would cover the dialog as well.
 template <class Dialog>
 int run(const QPointer<Dialog>& dialog) {
     const bool waiting = QApplication::overrideCursor() != nullptr;
@@ -42,14 +42,14 @@ QStringList nameFilters(const CString& filter) {
     return filters;
 }
 
-// The dialog whose user acts comes before the active window: while another one closes, none may be active.
+// The dialog in which the user acts, or else the active window: while another dialog closes, none is active.
 QWidget* owner() {
     if (QWidget* modal = QApplication::activeModalWidget()) return modal;
     return DialogWidget::acting() ? DialogWidget::acting() : QApplication::activeWindow();
 }
 
-// Whether the file that the choice leads to may be written. The toolkit's own question would be about the
-// path chosen.
+// Asks before a file is replaced. The file that is written may be another than the path chosen
+// (`writtenPath`), so the toolkit's own question would be about the wrong one.
 bool mayWrite(const FileDialogRequest& request, const CString& chosen) {
     if (!request.save || !(request.flags & FileDialogRequest::overwritePrompt)) return true;
     const QFileInfo file(toQt(request.writtenPath ? request.writtenPath(chosen) : chosen));

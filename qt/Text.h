@@ -22,7 +22,7 @@ inline CString fromQt(const QString& text) {
     return std::u16string_view(reinterpret_cast<const char16_t*>(text.utf16()), text.size());
 }
 
-// For a single line, whatever the text holds.
+// The text on a single line: control characters and line separators become spaces.
 inline QString oneLine(QString text) {
     for (QChar& c : text) {
         if (c.category() == QChar::Other_Control || c == QChar::LineSeparator ||
@@ -32,7 +32,7 @@ inline QString oneLine(QString text) {
     return text;
 }
 
-// Where Qt tells rich text from plain by looking: characters without a width keep tags from being any.
+// For texts that Qt shows as rich text when they look like it: zero-width spaces break up the tags.
 inline QString plainText(QString text) {
     if (!Qt::mightBeRichText(text)) return text;
     for (const char16_t mark : {u'<', u'&'})

@@ -22,9 +22,9 @@ const CString& defaultComputeInfo() {
     return info;
 }
 
-// One decomposition as a host hands it over, and the names of its channels: all that may find no memory, made
-// before anything changes. Rows that lie in values which are overwritten or released while the rows are still
-// read are copied.
+// One decomposition as a host hands it over, and the names of its channels. All that may find no memory is
+// made here, before the data set changes. A host's rows may point into the data set's own values; those that
+// would be overwritten or released before they are read are copied.
 class Handed {
 public:
     Handed(CTrialIcaData& dataSet, bool keepsChannels, std::int32_t nChnl, std::int32_t nSample,

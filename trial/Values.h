@@ -35,9 +35,9 @@ inline double valueAt(const CChnlIcaData& channel, std::int64_t sample) {
     return sample >= 0 && sample < valueCount(channel) ? channel.m_data[sample] : 0.0;
 }
 
-// Runs a pass over samples begin ... stop(channel) - 1 of channels 0 ... count - 1 and hands each result over
-// in channel order. Neighbours that need the same samples, as all channels of consistent data do, go side by
-// side. `start(channel)` makes a pass.
+// Runs a pass, made by `start(channel)`, over samples begin ... stop(channel) - 1 of channels 0 ... count - 1
+// and hands each result over in channel order. Neighbouring channels whose ranges of samples are equal, as in
+// all consistent data, are passed over together.
 template <class Stop, class Start, class Use>
 void passOverChannels(const CChnlIcaDatazq* channels, std::int64_t count, std::int64_t begin, Stop stop,
                       Start start, Use use) {
@@ -66,8 +66,8 @@ inline void mergeInto(std::optional<RangePass>& range, const RangePass& pass) {
 }
 
 // The range of samples begin ... end of all channels that have a buffer, as one ascending pass would find it;
-// nothing when there is no such sample. A sample that a buffer lacks is 0.0. Every channel starts from the
-// very first value: a channel that began with a NaN of its own would hide its other values.
+// nothing when there is no such sample. A sample that a buffer lacks is 0.0. The pass of every channel starts
+// from the first channel's first value, not from its own: were that a NaN, it would stay the range.
 template <class Pass>
 std::optional<Pass> rangeOf(const CTrialIcaData& dataSet, std::int64_t begin, std::int64_t end,
                             bool withoutBuffer) {

@@ -138,7 +138,7 @@ void CDlgIcaWaveManager::onSourceDelete() {
 }
 
 // The first data set with the row's number becomes current. One act may change every row of a long list, so
-// the data sets are looked up once for it.
+// the map from rows to data sets is made once for each act.
 std::intptr_t CDlgIcaWaveManager::onItemChanged(const icawave::ItemNotification& changed) {
     UpdateData(true);
     CFaceIcazq* package = m_listIcaWave.m_facePkg;
@@ -182,7 +182,7 @@ void CDlgIcaWaveManager::onNorm() {
     AfxMessageBox(CString::Format(u"Ica Normal:%f", dataSet->m_normRMS));
 }
 
-// A file brings the list id that its data set had when it was saved. The row stays the same, so its id does.
+// Loading replaces the list id by the file's, which belongs to another list: the row's own is restored.
 void CDlgIcaWaveManager::onFile(std::int32_t (CTrialIcaDatazq::*operation)()) {
     // Clamps the current index.
     CTrialIcaDatazq* dataSet = m_facePkgFile ? m_facePkgFile->getTrlIcaDataAny() : nullptr;

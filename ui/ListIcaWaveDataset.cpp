@@ -38,7 +38,7 @@ struct DataSetColumn {
     CString (*text)(CTrialIcaDatazq& dataSet, bool isCurrent);
 };
 
-// From left to right, as a row's texts are made: the sample count clamps m_selectIca, which is shown behind.
+// The order matters: getTotalSample clamps m_selectIca, which a later column shows.
 constexpr DataSetColumn columns[] = {
     {u"Name", [](CTrialIcaDatazq& d, bool) { return d.m_icaName; }},
     {u"Sample", [](CTrialIcaDatazq& d, bool) { return number64(d.getTotalSample()); }},
@@ -59,7 +59,7 @@ CImageList* newImageList(std::int32_t size) {
     return images.release();
 }
 
-// Clicks on a header sort nothing, and nobody else is asked.
+// Takes clicks on a header itself, so that the dialog never sees them, and sorts nothing.
 constexpr icawave::MessageMapEntry listEntries[] = {
     {icawave::message::reflectedNotify, 0, icawave::columnClicked,
      [](CWnd&, std::uintptr_t, std::intptr_t) { return std::intptr_t{0}; }},

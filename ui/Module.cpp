@@ -12,7 +12,8 @@ using icawave::libraryModule;
 
 static constinit std::optional<CDynLinkLibrary> link;
 
-// Before the host's own static objects, whose modules are then the newer ones, and gone after them.
+// Runs before the host's static objects are constructed, so that modules which they attach are newer, and
+// detachLibrary after they are destroyed.
 [[gnu::constructor(101)]] static void attachLibrary() {
     libraryModule.resources = icawave::libraryResources();
     if (AfxInitExtensionModule(libraryModule))

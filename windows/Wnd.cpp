@@ -131,7 +131,7 @@ void CWnd::createChild(CWnd& parent, std::int32_t id, const CString& text, std::
     m_text = text;
     m_style = style;
     m_parent = &parent;
-    m_sized = true; // a control takes its size as it is told
+    m_sized = true; // a control gets no message of its first size
     parent.m_children.push_back(this);
 }
 

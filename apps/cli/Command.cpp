@@ -17,7 +17,7 @@ int complain(const std::string& what, int status) {
     return status;
 }
 
-// As many words as the option is given, and no word that follows.
+// An option that takes one word each time it is given, so that it never takes the file names behind it.
 CLI::Option* addWords(CLI::App& command, const char* name, std::vector<std::string>& words,
                       const char* meaning) {
     return command.add_option(name, words, meaning)->allow_extra_args(false);

@@ -86,7 +86,8 @@ class Differences {
 public:
     std::int64_t count() const { return m_count; }
 
-    // Fields that one of the two has alone are told by the count or the object that holds them.
+    // Skips fields that only one of the two has: they differ in a count, or an object's presence, that both
+    // have.
     template <class T>
     void compare(const std::string& prefix, T& a, T& b) {
         std::unordered_map<std::string, FieldValue> fields;

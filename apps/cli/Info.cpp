@@ -54,7 +54,7 @@ void write(JsonWriter& json, const Shape& shape) {
     json.endArray();
 }
 
-// Equal rows of many data sets as one, with their number, in the order in which they first come.
+// The distinct rows among those of many data sets, each with how often it occurs, in order of appearance.
 class Groups {
 public:
     void add(Row row) {
