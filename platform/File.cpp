@@ -62,13 +62,14 @@ bool CFile::OpenPath(const std::filesystem::path& path, std::uint32_t flags) {
     Close();
     using icawave::system::Open;
     m_writing = (flags & modeWrite) != 0;
-    const Open how = !m_writing ? Open::read : flags & modeCreate ? Open::replace : Open::write;
+    const Open how = !m_writing ? Open::readAtOnce : flags & modeCreate ? Open::replace : Open::write;
     if (path.native().find('\0') != std::string::npos) return false; // the system would see another name
     const CString shown = path.native();
     int descriptor = -1;
     if (icawave::system::open(path.c_str(), how, descriptor) != 0) return false;
     icawave::system::Status status;
-    if (icawave::system::statusOf(descriptor, status) != 0 || status.isFolder) {
+    const bool known = icawave::system::statusOf(descriptor, status) == 0;
+    if (!known || status.isFolder || (!m_writing && !status.isRegular)) {
         icawave::system::close(descriptor);
         return false;
     }

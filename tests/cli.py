@@ -24,9 +24,8 @@ class Case(unittest.TestCase):
         self.folder = pathlib.Path(tempfile.mkdtemp())
         self.addCleanup(shutil.rmtree, self.folder)
 
-    def run_it(self, *words, **more):
-        return subprocess.run([ICAWAVE, *map(str, words)], cwd=self.folder, capture_output=True, timeout=60,
-                              **more)
+    def run_it(self, *words, timeout=60):
+        return subprocess.run([ICAWAVE, *map(str, words)], cwd=self.folder, capture_output=True, timeout=timeout)
 
     def good(self, *words):
         done = self.run_it(*words)

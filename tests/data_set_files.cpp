@@ -2,6 +2,8 @@
 // Single data set files as the file dialogs ask for them, and every way in which they fail.
 #include "tests/Support.h"
 
+#include <sys/stat.h>
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -56,7 +58,9 @@ TEST_F(DataSetFiles, GetTheirExtensionUnlessThePathHasItAnywhere) {
 
 TEST_F(DataSetFiles, ThatCannotBeOpenedOrCreatedGiveZeroSilently) {
     fs::create_directory(folder / "folder.icd");
-    EXPECT_EQ(open(temporary / "missing.icd") + open(temporary / "folder.icd"), 0);
+    ASSERT_EQ(::mkfifo((folder / "pipe.icd").c_str(), 0600), 0);
+    for (const char* name : {"missing.icd", "folder.icd", "pipe.icd"})
+        EXPECT_EQ(open(temporary / name), 0) << name;
     EXPECT_EQ(save(temporary / "folder.icd") + save(temporary / "no/such/folder.icd"), 0);
     EXPECT_TRUE(ui.messages.empty());
     EXPECT_EQ(ui.waitDepth, 0);

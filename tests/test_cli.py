@@ -2,6 +2,7 @@
 """The command line: records, import, what is told and written of the values; test_cli.py ICAWAVE GOLDEN_DIR"""
 import csv
 import json
+import os
 import re
 import subprocess
 import sys
@@ -263,6 +264,30 @@ class Tables(Case):
     def test_a_closed_pipe_ends_silently(self):
         done = subprocess.run(f"'{ICAWAVE}' list {'p.icpkg ' * 999} | head -1", shell=True, cwd=self.folder, capture_output=True)
         self.assertEqual((done.stdout, done.stderr), (b"p.icpkg:\n", b""))
+
+
+class Hostile(Case):
+    COMMANDS = ["import f.set -o o.icpkg", "list f", "list f --json", "info f", "info f --json",
+                "export f -o o.csv", "export f -o o.npy", "export f -o o.icd", "check f", "dump f", "dump f --summary",
+                "copy f o", "index f", "salvage f -o o", "extract f -d 0 -o o", "merge f f -o o", "diff f f",
+                "stats f --components", "stats f --components --json", "norm f -o o", "sum f -o o"]
+
+    def each_command(self):
+        helped = re.findall(r"(?m)^  ([a-z]+)  +[A-Z]", self.good("--help").partition("ommands:")[2])
+        self.assertEqual({words.split()[0] for words in self.COMMANDS}, set(helped))
+        return [words.split() for words in self.COMMANDS]
+
+    def test_a_pipe_holds_no_reader(self):
+        for name in ("f", "f.set"):
+            os.mkfifo(self.folder / name)
+        for words in self.each_command():
+            with self.subTest(words):
+                done = self.run_it(*words, timeout=10)
+                self.assertEqual(done.returncode, 2)
+                self.assertRegex(done.stderr, rb"\Aicawave: f(\.set)?: (is )?not a regular file\n\Z")
+        scipy.io.savemat(self.folder / "in.set", {"EEG": small_set(data="f.fdt")})
+        os.mkfifo(self.folder / "f.fdt")
+        self.bad("cannot read f.fdt", "import", "in.set", "-o", "x")
 
 
 if __name__ == "__main__":

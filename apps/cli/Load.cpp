@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <filesystem>
 
 namespace icawave::cli {
 
@@ -16,11 +17,16 @@ constexpr const char* neitherKind = "neither a package nor a data set file";
 // Opening a package without an index loads, searches and checks all of it.
 constexpr int readingsOfScan = 3;
 
+// Why a file that the system opens is none that can be read.
+const char* refusal(const std::string& path) {
+    return std::filesystem::is_directory(path) ? "is a directory" : "is not a regular file";
+}
+
 class InputFile : public CFile {
 public:
     explicit InputFile(const std::string& path) {
         errno = 0;
-        if (!OpenPath(path, modeRead)) throw Failure(path, errno ? systemError(errno) : "is a directory");
+        if (!OpenPath(path, modeRead)) throw Failure(path, errno ? systemError(errno) : refusal(path));
         m_progress.emplace("reading " + path, GetLength());
     }
 

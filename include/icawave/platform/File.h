@@ -35,7 +35,8 @@ public:
     CFile(const CFile&) = delete;
     CFile& operator=(const CFile&) = delete;
 
-    // False when the file cannot be opened, and for a directory; the object is then closed. A file that was
+    // False when the file cannot be opened, for a directory, and for reading what is no regular file: a pipe
+    // has neither length nor positions, and would hold its reader. The object is then closed. A file that was
     // open is closed first.
     bool Open(CString path, std::uint32_t flags);
     // The same for a path whose bytes need not be UTF-8.
