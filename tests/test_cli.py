@@ -4,6 +4,7 @@ import csv
 import json
 import os
 import re
+import struct
 import subprocess
 import sys
 import unittest
@@ -266,6 +267,28 @@ class Tables(Case):
         self.assertEqual((done.stdout, done.stderr), (b"p.icpkg:\n", b""))
 
 
+def text(characters):
+    return bytes([len(characters)]) + characters.encode()
+
+
+def channel(count, values=None):
+    """A channel's record that states `count` values; none follow where None are given, and no buffer."""
+    stated = struct.pack("<qqi", count, 0, values is not None)
+    rest = b"" if values is None else values + struct.pack("<qiiii", 0, 0, 0, 0, 0)
+    return text("WAVEICADATA") + struct.pack("<iqi", 20180619, 0, 1) + text("") + stated + rest
+
+
+def without_values():
+    return channel(0) + struct.pack("<qiiii", 0, 0, 0, 0, 0)
+
+
+def data_set(samples, channels, records):
+    return text("TRIALICADATA") + struct.pack("<iiqqqqqi", 20180629, 0, samples, 0, 0, 0, channels, 1) + records
+
+
+END_OF_DATA_SET = bytes(9 * 4 + 7 * 8) + text("") * 2 + bytes(1 + 3 * 4 + 3 * 8 + 4 + 5 * 8 + 2 * 4 + 4)
+
+
 class Hostile(Case):
     COMMANDS = ["import f.set -o o.icpkg", "list f", "list f --json", "info f", "info f --json",
                 "export f -o o.csv", "export f -o o.npy", "export f -o o.icd", "check f", "dump f", "dump f --summary",
@@ -276,6 +299,27 @@ class Hostile(Case):
         helped = re.findall(r"(?m)^  ([a-z]+)  +[A-Z]", self.good("--help").partition("ommands:")[2])
         self.assertEqual({words.split()[0] for words in self.COMMANDS}, set(helped))
         return [words.split() for words in self.COMMANDS]
+
+    def test_outputs_follow_what_is_stored(self):
+        """Whatever counts a file states, each command writes at most 32 bytes for each of the file's, and 64 KiB."""
+        files = {"one long channel": data_set(7_000_000, 1, channel(7_000_000, b"")),
+                 "many channels": data_set(5, 300_000, b""),
+                 "one long and 4000 without values": data_set(40_000, 4001, channel(40_000, bytes(320_000)) + without_values() * 4000)
+                                                     + END_OF_DATA_SET}
+        sound = 0
+        for name, content in files.items():
+            (self.folder / "f").write_bytes(content)
+            for words in self.each_command():
+                with self.subTest((name, words)):
+                    done = self.run_it(*words)
+                    written = len(done.stdout)
+                    for path in self.folder.glob("o*"):
+                        written += path.stat().st_size
+                        path.unlink()
+                    self.assertLess(written, 32 * len(content) + 2**16)
+                    self.assertEqual(done.stderr.count(b"\n"), done.returncode != 0)
+                    sound += done.returncode == 0
+        self.assertGreater(sound, 10)
 
     def test_a_pipe_holds_no_reader(self):
         for name in ("f", "f.set"):

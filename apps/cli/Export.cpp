@@ -3,6 +3,7 @@
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
 #include "apps/cli/Load.h"
+#include "apps/cli/OutputLimit.h"
 #include "apps/cli/Save.h"
 #include "apps/cli/Text.h"
 
@@ -40,7 +41,8 @@ void writeCsv(CFile& file, CTrialIcaDatazq& d) {
     for (std::int64_t k = 0; k < d.getIcaChnlTotal(); ++k)
         (line += ',') += csvCell(d.getChnlIcaData()[k].m_chnlName.utf8());
     writeText(file, line + "\n");
-    for (std::int64_t t = 0; t < samplesOf(d); ++t) {
+    const std::int64_t samples = samplesOf(d);
+    for (std::int64_t t = 0; t < samples; ++t) {
         line = number(d.getLatency4PtSecond(t));
         for (std::int64_t k = 0; k < d.getIcaChnlTotal(); ++k) (line += ',') += number(d.getValue(t, k));
         writeText(file, line + "\n");
@@ -84,6 +86,9 @@ void exportDataSet(const Options& options) {
     Input input(options.file);
     input.requireSound();
     CTrialIcaDatazq& dataSet = input.dataSet(input.chosenOne(options.dataSet));
+    OutputLimit limit(options.file, input.bytes());
+    const std::int64_t channelBytes = csv || npy ? samplesOf(dataSet) * sizeof(double) : 0;
+    for (std::int64_t k = 0; k < dataSet.getIcaChnlTotal(); ++k) limit.add(channelBytes);
     save(target, [&](CFile& out) {
         if (csv) return writeCsv(out, dataSet);
         if (npy) return writeNpy(out, dataSet);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "apps/cli/Fields.h"
 
+#include <optional>
 #include <string>
 
 namespace icawave::cli {
@@ -185,6 +186,22 @@ struct Write {
     }
 };
 
+// The bytes that a field's value takes as JSON, from above.
+struct Measure {
+    std::int64_t operator()(std::monostate) const { return 4; }
+    std::int64_t operator()(std::int64_t) const { return 20; }
+    std::int64_t operator()(double) const { return 20; } // sixteen digits, quotes, a separator
+    std::int64_t operator()(const CString& value) const { return 2 + 6 * value.GetLength(); }
+    std::int64_t operator()(const auto& values) const { return 2 + 20 * std::ssize(values); }
+};
+
+// How many values a buffer or a matrix has, which Values::count writes in their place.
+std::optional<std::int64_t> countOf(const FieldValue& value) {
+    if (const auto* const buffer = std::get_if<std::span<const double>>(&value)) return std::ssize(*buffer);
+    if (const auto* const matrix = std::get_if<MatrixValues>(&value)) return std::ssize(matrix->values);
+    return std::nullopt;
+}
+
 } // namespace
 
 void forEachField(const CFaceIca& package, const VisitField& visit) {
@@ -208,14 +225,15 @@ void forEachField(CIcaParam& parameters, const VisitField& visit) {
 }
 
 void writeField(JsonWriter& json, const std::string& key, const FieldValue& value, Values values) {
-    if (values == Values::count) {
-        const auto* const buffer = std::get_if<std::span<const double>>(&value);
-        const auto* const matrix = std::get_if<MatrixValues>(&value);
-        if (buffer || matrix)
-            return json.field(key + ".count", std::ssize(buffer ? *buffer : matrix->values));
-    }
+    const std::optional<std::int64_t> count = countOf(value);
+    if (values == Values::count && count) return json.field(key + ".count", *count);
     json.key(key);
     std::visit(Write{json, values == Values::byRows}, value);
+}
+
+std::int64_t writtenBytes(const std::string& key, const FieldValue& value, Values values) {
+    const bool countOnly = values == Values::count && countOf(value);
+    return std::ssize(key) + 8 + (countOnly ? 20 : std::visit(Measure{}, value));
 }
 
 } // namespace icawave::cli

@@ -44,6 +44,9 @@ enum class Values { flat, byRows, count };
 // Doubles as their 64-bit patterns.
 void writeField(JsonWriter& json, const std::string& key, const FieldValue& value, Values values);
 
+// About as many bytes as writeField writes.
+std::int64_t writtenBytes(const std::string& key, const FieldValue& value, Values values);
+
 // Writes the fields into the JSON object that is open.
 template <class T>
 void dump(JsonWriter& json, T& object, Values values = Values::flat) {

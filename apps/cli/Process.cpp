@@ -4,6 +4,7 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Json.h"
 #include "apps/cli/Load.h"
+#include "apps/cli/OutputLimit.h"
 #include "apps/cli/Text.h"
 
 #include <cstring>
@@ -90,11 +91,15 @@ void statsFile(const std::string& file, const StatsOptions& options) {
         json.key("dataSets");
         json.beginArray();
     }
+    constexpr std::int64_t componentBytes = 200; // of the text about one
     for (const std::int32_t k : indices) {
+        CTrialIcaDatazq& dataSet = input.dataSet(k);
+        if (options.components)
+            OutputLimit(file, input.bytes()).add(componentBytes * dataSet.getIcaChnlTotal());
         if (options.json)
-            printJson(json, k, input.dataSet(k), options.components);
+            printJson(json, k, dataSet, options.components);
         else
-            printText(input.dataSet(k), options.components);
+            printText(dataSet, options.components);
     }
     if (options.json) {
         json.endArray();

@@ -4,6 +4,7 @@
 #include "apps/cli/Commands.h"
 #include "apps/cli/Fields.h"
 #include "apps/cli/Load.h"
+#include "apps/cli/OutputLimit.h"
 #include "apps/cli/Text.h"
 
 #include <iostream>
@@ -57,17 +58,23 @@ struct DumpOptions {
 
 void dump(const DumpOptions& options) {
     WholeFile whole(options.file);
+    const Values values = options.summary ? Values::count : Values::byRows;
+    const auto withObject = [&](const auto& use) {
+        whole.isPackage ? use(whole.package) : use(*whole.package.getIcaData(0));
+    };
+    OutputLimit limit(options.file, whole.bytes);
+    withObject([&](auto& object) {
+        forEachField(object, [&](const std::string& key, const FieldValue& value) {
+            limit.add(writtenBytes(key, value, values));
+        });
+    });
     JsonWriter json(std::cout);
     json.beginObject();
     json.field("file", CString(shownPath(options.file)));
     json.field("kind", CString(whole.isPackage ? "package" : "dataset"));
     json.key("object");
     json.beginObject();
-    const Values values = options.summary ? Values::count : Values::byRows;
-    if (whole.isPackage)
-        dump(json, whole.package, values);
-    else
-        dump(json, *whole.package.getIcaData(0), values);
+    withObject([&](auto& object) { dump(json, object, values); });
     json.endObject();
     json.endObject();
     std::cout << '\n';
