@@ -98,7 +98,7 @@ std::int32_t CChnlIcaData09File::exchangeItems(CArchive& archive) {
         if (icawave::isGranted(archive, m_projectCount, sizeof(CIcProjectData), ItemRecord::smallest))
             m_projectData = icawave::newArray<CIcProjectData>(m_projectCount);
         if (!m_projectData) {
-            archive.noteFault("not enough memory for the projection items");
+            archive.noteFault(icawave::notEnoughMemory);
             return 0;
         }
     }

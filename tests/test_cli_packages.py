@@ -43,7 +43,13 @@ class Packages(Case):
         self.assertIn("FACEICA, TRIALICADATA 2\n", self.bad("data set|bytes", "check", "bad", status=1))
         lost = self.run_it("salvage", "bad", "-o", "out")
         self.assertEqual((lost.returncode, lost.stderr), (1, b""))
-        self.assertRegex(lost.stdout, rb"TRIALICADATA 2\nout: 3 data sets\n$")
+        self.assertRegex(lost.stdout.decode(), "TRIALICADATA 2\n" + "".join(
+            f"data set {k} réc trial {k + 1}: {'lost' if k == 2 else 'whole'}\n" for k in range(4)) + "out: 3 data sets\n$")
+        self.write("all", self.bytes)
+        self.bad("holds 4 data sets, and 3 would replace them; --fewer", "salvage", "bad", "-o", "all", "--force")
+        self.assertEqual((self.folder / "all").read_bytes(), self.bytes)
+        self.assertEqual(self.run_it("salvage", "bad", "-o", "all", "--force", "--fewer").returncode, 1)
+        self.same("out", "all")
         self.good("extract", "p.icpkg", "-d", "0-1,03", "-o", "expected")
         self.same("out", "expected")
         self.write("bad index", self.bytes[:-20])
@@ -79,7 +85,7 @@ class Packages(Case):
         return json.loads(self.good("list", file, "--json"))["dataSets"]
 
     def test_an_index_is_added_and_kept(self):
-        plain = self.bytes[:self.bytes.index("ICAWAVEINDEX".encode("utf-16-le")) - 4]
+        plain = self.bytes[:self.bytes.index(b"ICAW\x1a")]
         self.write("plain", plain)
         self.good("copy", "plain", "copied")
         self.same("plain", "copied")

@@ -39,7 +39,7 @@ TEST_F(Writers, OpenTheFileWithExactlyTheseBytes) {
         PackageFile opened(folder / name);
         EXPECT_EQ(opened.info().name.utf8(), shownPath(name));
         opened.replace(package);
-        EXPECT_EQ(opened.salvage(folder / (name + "2")).size(), 0u);
+        EXPECT_TRUE(opened.salvage(folder / (name + "2")).faults.empty());
         EXPECT_TRUE(FileState::of(folder / (name + "2")).has_value());
         CFile plain;
         ASSERT_TRUE(plain.OpenPath(folder / name, CFile::modeRead));

@@ -96,6 +96,9 @@ WholeFile::WholeFile(const std::string& path) {
     } catch (const CException& e) {
         throw Failure(path, e.what());
     }
+    if (!isPackage || bytesBehind == 0 || fault) return;
+    const std::vector<ArchiveFault> faults = PackageFile(path).check();
+    if (!faults.empty()) fault = describe(faults.front()) + andMore(std::ssize(faults) - 1);
 }
 
 void WholeFile::load(CArchive& archive) {
@@ -140,6 +143,10 @@ Input::Input(const std::string& path, int readings) : m_path(path), m_progress("
 
 PackageInfo Input::info() const {
     return isPackage() ? m_package->info() : infoOf(CFaceIcazq());
+}
+
+PackageSections Input::sections() const {
+    return isPackage() ? m_package->readSections() : PackageSections();
 }
 
 std::vector<std::int32_t> Input::chosen(const std::vector<std::string>& words) const {

@@ -30,7 +30,8 @@ private:
     InstalledFrontEnd m_installed{*this};
 };
 
-// All that the library's own loaders take from a file, which keep what they can of a damaged one.
+// All that the library's own loaders take from a file, which keep what they can of a damaged one. What stands
+// behind the record of a package is checked as well.
 struct WholeFile {
     explicit WholeFile(const std::string& path); // a Failure for what is neither kind of file
 
@@ -55,14 +56,14 @@ public:
     CString kind() const { return isPackage() ? "package" : "dataset"; }
     const PackageFile& package() const { return *m_package; } // of a package only
     std::int64_t bytes() const { return isPackage() ? m_package->size() : m_single->bytes; }
-    std::int64_t bytesBehind() const {
-        return isPackage() ? m_package->bytesBehind() : m_single->bytesBehind;
-    }
+    // Behind the record of a data set file; of a package they are a fault.
+    std::int64_t bytesBehind() const { return isPackage() ? 0 : m_single->bytesBehind; }
     // What a list shows, one row for each data set that the file has undamaged.
     const std::vector<PackageEntry>& rows() const { return isPackage() ? m_package->dataSets() : m_row; }
     std::int32_t count() const { return static_cast<std::int32_t>(rows().size()); }
     // A package's own fields; of a data set file, those of a new package.
     PackageInfo info() const;
+    PackageSections sections() const; // those of a package; a FileError when one is damaged
 
     // The data sets that the user named, such as 3 or 0-9,12; a Failure when there is no such data set.
     std::vector<std::int32_t> chosen(const std::vector<std::string>& words) const;

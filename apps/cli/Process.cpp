@@ -135,7 +135,7 @@ void norm(const NormOptions& options) {
         return dataSet;
     };
     if (input.isPackage())
-        savePackage(target, input.count(), input.info(), [&](PackageWriter& writer) {
+        savePackage(target, input.count(), input.info(), input.sections(), [&](PackageWriter& writer) {
             for (std::int32_t k = 0; k < input.count(); ++k)
                 k == chosen ? writer.add(&divide()) : input.copyTo(writer, k);
         });
@@ -190,7 +190,7 @@ void sum(const SumOptions& options) {
     if (input.isPackage()) {
         PackageInfo info = input.info();
         info.current = 0;
-        savePackage(target, 1, info, [&](PackageWriter& writer) { writer.add(&total); });
+        savePackage(target, 1, info, input.sections(), [&](PackageWriter& writer) { writer.add(&total); });
     } else {
         save(target, [&](CFile& out) { store(out, total); });
     }

@@ -35,11 +35,11 @@ void save(const Output& target, const std::function<void(CFile&)>& write) {
 }
 
 void savePackage(const Output& target, std::int32_t slots, const PackageInfo& info,
-                 const std::function<void(PackageWriter&)>& write) {
+                 const PackageSections& sections, const std::function<void(PackageWriter&)>& write) {
     save(target, [&](CFile& file) {
         PackageWriter writer(file, slots, info);
         write(writer);
-        writer.finish();
+        writer.finish(sections);
     });
 }
 

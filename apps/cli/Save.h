@@ -21,6 +21,7 @@ public:
 
     const std::string& path() const { return m_path; }
     const std::optional<FileState>& expected() const { return m_expected; }
+    bool isThere() const { return m_expected && *m_expected != FileState{}; }
     void mustNotBe(const std::string& read) const;
 
 private:
@@ -32,9 +33,9 @@ private:
 // that names the path.
 void save(const Output& target, const std::function<void(CFile&)>& write);
 
-// Lets `write` fill the slots of a package, and saves it.
+// Lets `write` fill the slots of a package, and saves it with these sections.
 void savePackage(const Output& target, std::int32_t slots, const PackageInfo& info,
-                 const std::function<void(PackageWriter&)>& write);
+                 const PackageSections& sections, const std::function<void(PackageWriter&)>& write);
 
 // Stores a record.
 template <class T>

@@ -115,8 +115,6 @@ bool ManagerWindow::eventFilter(QObject*, QEvent* event) {
 
 bool ManagerWindow::save() {
     return succeeds(this, [this] {
-        if (m_file->bytesBehind() > 0)
-            throw FileError(m_file->path(), "bytes that follow the package would be lost");
         m_file->replace(m_package);
         m_saved = recordDigest(m_package);
     });
@@ -127,7 +125,7 @@ bool ManagerWindow::saveAs() {
         uiFrontEnd().fileDialog({true, u"Packages(*.icpkg)|*.icpkg|All Files(*.*)|*.*||",
                                  CString(m_file->path().native()), FileDialogRequest::overwritePrompt});
     return path && succeeds(this, [&] {
-               PackageFile::save(pathOf(*path), m_package);
+               PackageFile::save(pathOf(*path), m_package, m_file->readSections());
                m_file.emplace(pathOf(*path));
                m_saved = recordDigest(m_package);
                showTitle();

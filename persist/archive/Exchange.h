@@ -50,6 +50,9 @@ inline bool isGranted(CArchive& archive, std::int64_t count, std::int64_t elemen
     return granted;
 }
 
+// The fault of a count that is granted while the system has no memory for it: nothing is wrong with the file.
+inline constexpr const char* notEnoughMemory = "Not enough memory!";
+
 // A buffer of values and its presence flag. Its count stands elsewhere in the record.
 //
 // Loading expects `values` to be released already; a flag other than 0 and a count of at least 1 say that the
@@ -64,7 +67,7 @@ inline bool loadBlock(CArchive& archive, std::int64_t& size, double*& values, bo
     values = isGranted(archive, size, sizeof(double), sizeof(double)) ? newArray<double>(size) : nullptr;
     if (!values) {
         size = 0;
-        return archive.reject("Not enough memory!") != 0;
+        return archive.reject(notEnoughMemory) != 0;
     }
     const std::int64_t wanted = size * sizeof(double);
     const std::int64_t got = archive.Read(values, wanted);

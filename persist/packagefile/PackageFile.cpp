@@ -1,43 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "persist/packagefile/PackageFileParts.h"
-
-#include <icawave/DataSetOwner.h>
+#include "persist/packagefile/PackageFileContents.h"
 
 #include "persist/packagefile/Crc32c.h"
 #include "platform/Alloc.h"
 #include "platform/MemoryAhead.h"
-
-#include <algorithm>
 
 namespace icawave {
 
 namespace {
 
 constexpr const char* wrongChecksum = "the bytes are not those that were stored";
-
-// The checksum of the package record's bytes outside of its data sets.
-std::uint32_t checksumOfRest(const InputFile& file, const std::vector<PackageEntry>& entries,
-                             std::int64_t recordEnd) {
-    std::uint32_t checksum = 0;
-    std::int64_t begin = 0;
-    for (const PackageEntry& entry : entries) {
-        checksum = file.checksum(begin, entry.offset, checksum);
-        begin = entry.offset + entry.length;
-    }
-    return file.checksum(begin, recordEnd, checksum);
-}
-
-// What is wrong with bytes whose checksum was stored.
-template <class Checksum>
-std::optional<ArchiveFault> compare(std::int64_t offset, const std::string& record, std::uint32_t stored,
-                                    Checksum&& checksum) {
-    try {
-        if (checksum() == stored) return std::nullopt;
-        return ArchiveFault{offset, record, wrongChecksum};
-    } catch (const FileError& e) {
-        return ArchiveFault{offset, record, e.what()};
-    }
-}
 
 } // namespace
 
@@ -67,55 +39,66 @@ void setInfo(CFaceIca& package, const PackageInfo& info) {
 PackageFile::Contents::Contents(const std::filesystem::path& path, const std::filesystem::path& name,
                                 std::function<void(std::int64_t)> whenRead)
     : file(path, name, std::move(whenRead)) {
-    const IndexState state = loadIndex(file, index, recordEnd);
-    hasIndex = state == IndexState::sound;
-    if (hasIndex) return;
-    RecoveredRecords found = scanRecords(file);
-    index = std::move(found.index);
-    recordEnd = found.recordEnd;
-    faults = std::move(found.faults);
-    index.rest = checksumOfRest(file, index.entries, recordEnd);
-    if (state == IndexState::damaged && (faults.empty() || faults.back().record != "index"))
-        faults.push_back({recordEnd, "index", "the index is damaged"});
+    if (std::optional<PackageIndex> stored = loadIndex(file)) {
+        hasIndex = true;
+        index = std::move(*stored);
+        return;
+    }
+    const VerifiedPackage& found = verified();
+    index = found.index;
+    faults = found.report.faults;
 }
 
-std::optional<ArchiveFault> PackageFile::Contents::read(std::int64_t number, CTrialIcaDatazq& dataSet) const {
-    const PackageEntry& row = entry(number);
+const VerifiedPackage& PackageFile::Contents::verified() const {
+    if (!m_verified) m_verified.emplace(verifyPackage(file));
+    return *m_verified;
+}
+
+std::optional<ArchiveFault> PackageFile::Contents::read(const PackageEntry& row, std::int64_t number,
+                                                        CTrialIcaDatazq& dataSet) const {
     prepareMemory(row.length);
     FilePart part(file, row.offset, row.offset + row.length);
     std::int64_t length = 0;
     std::optional<ArchiveFault> fault = loadDataSet(part, number, dataSet, length);
-    const auto wrongBytes = compare(row.offset, dataSetRecord(number), row.checksum, [&] {
+    try {
         part.readRest();
-        return part.checksum();
-    });
-    if (wrongBytes) fault = wrongBytes; // whatever loading them came to
-    if (!fault && length != row.length)
-        fault = ArchiveFault{row.offset + length, dataSetRecord(number), "the record ends early"};
+        if (part.checksum() != row.checksum) // whatever loading the bytes came to
+            fault = ArchiveFault{row.offset, dataSetRecord(number), wrongChecksum};
+        else if (!fault && length != row.length)
+            fault = ArchiveFault{row.offset + length, dataSetRecord(number), "the record ends early"};
+    } catch (const FileError& e) {
+        fault = ArchiveFault{row.offset, dataSetRecord(number), e.what()};
+    }
     if (!fault) return std::nullopt;
     dataSet.cleanSnsIcaData();
     dataSet.cleanIcaParam();
     return fault;
 }
 
-std::optional<ArchiveFault> PackageFile::Contents::checkRest() const {
-    return compare(0, PackageRecord::keyword, index.rest,
-                   [&] { return checksumOfRest(file, index.entries, recordEnd); });
+PackageEntry PackageFile::Contents::readFound(std::int64_t number, CTrialIcaDatazq& dataSet) const {
+    const PackageEntry& row = entry(number);
+    const std::optional<ArchiveFault> fault = read(row, number, dataSet);
+    if (!fault) return row;
+    if (hasIndex) {
+        const std::vector<std::int64_t>& numbers = verified().numbers;
+        const auto found = std::ranges::find(numbers, number);
+        if (found != numbers.end()) {
+            const PackageEntry& there =
+                verified().index.entries[static_cast<std::size_t>(found - numbers.begin())];
+            if (there.checksum == row.checksum && !read(there, number, dataSet)) return there;
+        }
+    }
+    throw FileError(file.path(), describe(*fault));
 }
 
-std::vector<ArchiveFault> PackageFile::Contents::check(std::vector<std::int64_t>& sound) const {
-    std::vector<ArchiveFault> found = faults;
-    if (auto fault = checkRest()) found.push_back(*fault);
-    for (std::int64_t k = 0; k < count(); ++k) {
-        const PackageEntry& row = entry(k);
-        const auto fault = compare(row.offset, dataSetRecord(k), row.checksum,
-                                   [&] { return file.checksum(row.offset, row.offset + row.length); });
-        if (fault)
-            found.push_back(*fault);
-        else
-            sound.push_back(k);
-    }
-    return found;
+void PackageFile::Contents::write(const PackageEntry& row, std::int64_t number, CFile& target) const {
+    std::uint32_t checksum = 0;
+    file.forEachPiece(row.offset, row.offset + row.length, [&](const std::byte* bytes, std::int64_t count) {
+        checksum = crc32c(checksum, bytes, static_cast<std::size_t>(count));
+        target.Write(bytes, count);
+    });
+    if (checksum != row.checksum)
+        throw FileError(file.path(), describe({row.offset, dataSetRecord(number), wrongChecksum}));
 }
 
 const PackageEntry& PackageFile::Contents::entry(std::int64_t number) const {
@@ -141,10 +124,6 @@ bool PackageFile::hasIndex() const {
     return m_contents->hasIndex;
 }
 
-std::int64_t PackageFile::bytesBehind() const {
-    return hasIndex() ? 0 : size() - m_contents->recordEnd;
-}
-
 const PackageInfo& PackageFile::info() const {
     return m_contents->index.info;
 }
@@ -157,52 +136,92 @@ const std::vector<ArchiveFault>& PackageFile::faults() const {
     return m_contents->faults;
 }
 
+const std::vector<PackageSection>& PackageFile::sections() const {
+    return m_contents->index.sections;
+}
+
 void PackageFile::read(std::int64_t number, CTrialIcaDatazq& dataSet) const {
-    withMemoryException([&] {
-        if (const auto fault = m_contents->read(number, dataSet)) throw FileError(path(), describe(*fault));
-    });
+    withMemoryException([&] { m_contents->readFound(number, dataSet); });
 }
 
 void PackageFile::copyRecord(std::int64_t number, CFile& file) const {
-    withMemoryException([&] {
-        const PackageEntry& row = m_contents->entry(number);
-        std::uint32_t checksum = 0;
-        m_contents->file.forEachPiece(row.offset, row.offset + row.length,
-                                      [&](const std::byte* bytes, std::int64_t count) {
-                                          checksum = crc32c(checksum, bytes, static_cast<std::size_t>(count));
-                                          file.Write(bytes, count);
-                                      });
-        if (checksum != row.checksum)
-            throw FileError(path(), describe({row.offset, dataSetRecord(number), wrongChecksum}));
+    withMemoryException(
+        [&] { m_contents->write(m_contents->readFound(number, *requireDataSet()), number, file); });
+}
+
+std::optional<std::vector<std::byte>> PackageFile::section(const CString& name) const {
+    return withMemoryException([&]() -> std::optional<std::vector<std::byte>> {
+        const auto found = std::ranges::find(sections(), name, &PackageSection::name);
+        if (found == sections().end()) return std::nullopt;
+        std::optional<std::vector<std::byte>> bytes = readSection(m_contents->file, *found);
+        if (!bytes)
+            throw FileError(path(), describe({found->offset, "section " + name.utf8(), wrongChecksum}));
+        return bytes;
     });
 }
 
-std::vector<ArchiveFault> PackageFile::check() const {
+PackageSections PackageFile::readSections() const {
     return withMemoryException([&] {
-        std::vector<std::int64_t> sound;
-        return m_contents->check(sound);
+        PackageSections all;
+        for (const PackageSection& each : sections()) all.emplace(each.name.utf8(), *section(each.name));
+        return all;
+    });
+}
+
+// Without an index the file is compared with what opening found.
+PackageReport PackageFile::inspect() const {
+    return withMemoryException([&] {
+        const VerifiedPackage now = verifyPackage(m_contents->file);
+        PackageReport report = now.report;
+        if (hasIndex()) return report;
+        const std::vector<PackageEntry>&before = dataSets(), &after = now.index.entries;
+        for (std::size_t k = 0; k < before.size(); ++k) {
+            if (k < after.size() && after[k] == before[k]) continue;
+            report.faults.push_back(
+                {before[k].offset, dataSetRecord(static_cast<std::int64_t>(k)), wrongChecksum});
+        }
+        if (report.faults.empty() && now.index.rest != m_contents->index.rest)
+            report.faults.push_back({0, PackageRecord::keyword, wrongChecksum});
+        return report;
     });
 }
 
 std::vector<ArchiveFault> PackageFile::load(CFaceIcazq& package) const {
     return withMemoryException([&] {
-        std::vector<ArchiveFault> found = faults();
-        if (auto fault = m_contents->checkRest()) found.push_back(*fault);
-        package.cleanIcaFace();
-        setInfo(package, info());
-        for (std::int64_t k = 0; k < m_contents->count(); ++k) {
-            DataSetOwner dataSet = newDataSet();
-            if (!dataSet) AfxThrowMemoryException();
-            if (auto fault = m_contents->read(k, *dataSet)) {
-                found.push_back(*fault);
-                leaveOut(k, info().current, package.m_curntIcaDataSetID);
-                continue;
-            }
-            package.m_icaDataArray.Add(dataSet.get());
-            dataSet.release();
+        std::vector<ArchiveFault> found = m_contents->loadAll(m_contents->index, package);
+        if (!hasIndex()) {
+            found.insert(found.begin(), faults().begin(), faults().end());
+        } else if (!found.empty() || !m_contents->isRestWhole()) { // reading all of it may find more
+            const VerifiedPackage& verified = m_contents->verified();
+            found = m_contents->loadAll(verified.index, package);
+            found.insert(found.begin(), verified.report.faults.begin(), verified.report.faults.end());
         }
         return found;
     });
+}
+
+// Returns the faults of records that do not load.
+std::vector<ArchiveFault> PackageFile::Contents::loadAll(const PackageIndex& from,
+                                                         CFaceIcazq& package) const {
+    std::vector<ArchiveFault> found;
+    package.cleanIcaFace();
+    setInfo(package, from.info);
+    std::int64_t number = 0;
+    for (const PackageEntry& row : from.entries) {
+        DataSetOwner dataSet = requireDataSet();
+        if (auto fault = read(row, number, *dataSet)) {
+            found.push_back(std::move(*fault));
+        } else {
+            package.m_icaDataArray.Add(dataSet.get());
+            dataSet.release();
+        }
+        ++number;
+    }
+    return found;
+}
+
+bool PackageFile::Contents::isRestWhole() const {
+    return checksumOfRest(file, index.entries, index.recordLength) == index.rest;
 }
 
 } // namespace icawave

@@ -3,6 +3,7 @@
 
 #include <icawave/platform/FrontEnd.h>
 
+#include "persist/archive/Exchange.h"
 #include "persist/packagefile/Crc32c.h"
 #include "platform/Alloc.h"
 #include "platform/PathBytes.h"
@@ -145,6 +146,12 @@ void ChecksumFile::Write(const void* buffer, std::int64_t count) {
     m_position += count;
 }
 
+DataSetOwner requireDataSet() {
+    DataSetOwner dataSet = newDataSet();
+    if (!dataSet) AfxThrowMemoryException();
+    return dataSet;
+}
+
 std::string describe(const ArchiveFault& fault) {
     return fault.record + " at byte " + std::to_string(fault.offset) + ": " + fault.text;
 }
@@ -159,6 +166,9 @@ std::optional<ArchiveFault> loadDataSet(FilePart& part, std::int64_t number, CTr
         const FirstMessage message;
         try {
             if (dataSet.serialize(archive) == 0) text = "the record cannot be loaded";
+        } catch (const CMemoryException&) {
+            if (!archive.firstFault()) throw; // else a count that the file does not justify
+            text = archive.firstFault()->text;
         } catch (const CException& e) {
             text = e.what();
         }
@@ -167,6 +177,7 @@ std::optional<ArchiveFault> loadDataSet(FilePart& part, std::int64_t number, CTr
     length = archive.offset();
     const std::optional<ArchiveFault>& fault = archive.firstFault();
     if (!fault && text.empty()) return std::nullopt;
+    if (fault && fault->text == notEnoughMemory) AfxThrowMemoryException();
     if (!fault) return ArchiveFault{part.from() + length, dataSetRecord(number), text};
     // The archive saw the data set alone: what it names behind that is kept.
     const std::size_t inner = std::min(fault->record.find(','), fault->record.size());

@@ -2,6 +2,7 @@
 // What reading and writing package files have in common.
 #pragma once
 
+#include <icawave/DataSetOwner.h>
 #include <icawave/PackageFile.h>
 
 #include "persist/archive/RecordFacts.h"
@@ -92,63 +93,16 @@ auto ownFields(Info& info) {
     return std::tie(info.current, info.type, info.name, info.info, info.shown);
 }
 
-struct PackageIndex {
-    PackageInfo info;
-    std::uint32_t rest = 0; // checksum of the package record's bytes outside of its data sets
-    std::vector<PackageEntry> entries;
-};
-
-// What opening found.
-struct PackageFile::Contents {
-    // `name` is opened; it differs from `path` for a file that is not in its place yet.
-    Contents(const std::filesystem::path& path, const std::filesystem::path& name,
-             std::function<void(std::int64_t)> whenRead = {});
-
-    std::optional<ArchiveFault> read(std::int64_t number, CTrialIcaDatazq& dataSet) const;
-    std::optional<ArchiveFault> checkRest() const;
-    // The faults of opening and of all bytes; `sound` becomes the numbers of the undamaged data sets.
-    std::vector<ArchiveFault> check(std::vector<std::int64_t>& sound) const;
-    const PackageEntry& entry(std::int64_t number) const; // CInvalidArgException outside the list
-    std::int64_t count() const { return static_cast<std::int64_t>(index.entries.size()); }
-
-    InputFile file;
-    bool hasIndex = false;
-    std::int64_t recordEnd = 0;
-    PackageIndex index; // as stored, or as the scan found it
-    std::vector<ArchiveFault> faults;
-};
-
 inline std::string dataSetRecord(std::int64_t number) {
     return std::string(PackageRecord::keyword) + ", " + DataSetRecord::keyword + " " + std::to_string(number);
 }
-// The current index of a package once data set `number` is left out, told of them in ascending order: the
-// same data set stays current; without it the first is. `stored` is the index with all data sets, which may
-// name none.
-inline void leaveOut(std::int64_t number, std::int32_t stored, std::int32_t& current) {
-    if (number < stored) --current;
-    if (number == stored) current = 0;
-}
+DataSetOwner requireDataSet();                   // CMemoryException instead of null
 std::string describe(const ArchiveFault& fault); // "RECORD at byte N: text"
 
 // Loads a data set from the beginning of a part of a file, as number `number` of its package. `length`
-// becomes the bytes that it took; returns what is wrong.
+// becomes the bytes that it took; returns what is wrong. Memory that runs out is CMemoryException.
 std::optional<ArchiveFault> loadDataSet(FilePart& part, std::int64_t number, CTrialIcaDatazq& dataSet,
                                         std::int64_t& length);
-
-void storeIndex(ChecksumFile& file, PackageIndex& index);
-enum class IndexState { absent, damaged, sound };
-// Sets the index and the record's end when it is sound. Absent: the file does not end with an end mark.
-IndexState loadIndex(const InputFile& file, PackageIndex& index, std::int64_t& recordEnd);
-// Whether an index begins at an offset, or as much of it as the file still has.
-bool isIndexAt(const InputFile& file, std::int64_t offset);
-
-// Finds the data sets without an index. FileError when there is neither a package nor a data set.
-struct RecoveredRecords {
-    PackageIndex index;
-    std::int64_t recordEnd = 0;
-    std::vector<ArchiveFault> faults;
-};
-RecoveredRecords scanRecords(const InputFile& file);
 
 std::string encodedText(const char* keyword); // the bytes of a text, as an archive stores it
 

@@ -56,7 +56,7 @@ std::int32_t CFaceIca09File::_01SerializeIcaDataPA(CArchive& archive) {
         }
         icawave::DataSetOwner loaded = icawave::newDataSet();
         if (!loaded) {
-            archive.noteFault("not enough memory for a data set");
+            archive.noteFault(icawave::notEnoughMemory);
             return 0;
         }
         loaded->serialize(archive); // a data set whose record failed has shown why, and stays

@@ -88,7 +88,7 @@ std::int32_t CTrialIcaData09File::_01serializeIcaData(CArchive& archive) {
                                icawave::ChannelRecord::smallest))
             m_chnlIcaData = icawave::newArray<CChnlIcaDatazq>(m_chnlTotal);
         if (!m_chnlIcaData) {
-            archive.noteFault("not enough memory for the channels");
+            archive.noteFault(icawave::notEnoughMemory);
             AfxThrowMemoryException();
         }
     }
