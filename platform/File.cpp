@@ -73,11 +73,25 @@ bool CFile::OpenPath(const std::filesystem::path& path, std::uint32_t flags) {
         icawave::system::close(descriptor);
         return false;
     }
-    m_descriptor = descriptor;
-    m_path = shown;
-    m_position = m_next = m_filled = 0;
-    m_reserved = flags & modeCreate ? 0 : -1;
+    start(descriptor, shown, (flags & modeCreate) != 0);
     return true;
+}
+
+void CFile::adopt(int descriptor, const std::filesystem::path& path) {
+    Close();
+    const CString shown = path.native();
+    int copy = -1;
+    if (const int error = icawave::system::duplicate(descriptor, copy))
+        AfxThrowFileException(causeOf(error), shown);
+    m_writing = true;
+    start(copy, shown, true);
+}
+
+void CFile::start(int descriptor, const CString& path, bool isNew) noexcept {
+    m_descriptor = descriptor;
+    m_path = path;
+    m_position = m_next = m_filled = 0;
+    m_reserved = isNew ? 0 : -1;
 }
 
 std::int64_t CFile::Read(void* buffer, std::int64_t count) {

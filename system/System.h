@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace icawave::system {
 
@@ -22,10 +24,15 @@ enum class Open {
     replace,   // for writing; created, or emptied
     createNew, // for writing; an error when the name is taken
     folder,
+    lock,         // for reading and writing; created, but neither a link nor a pipe
+    lockReadOnly, // the same for reading, not created
 };
 // `file` is set only when it is open. `permissions` of a created file, less what the process withholds from
 // new ones.
 int open(const char* path, Open how, int& file, std::uint32_t permissions = 0666) noexcept;
+
+int open(int folder, const char* name, Open how, int& file, std::uint32_t permissions = 0666) noexcept;
+int duplicate(int file, int& copy) noexcept; // the same open file, once more
 
 // The file is closed in any case; the error is of bytes that were still on their way.
 int close(int file) noexcept;
@@ -37,6 +44,7 @@ public:
     ~Handle() {
         if (m_file >= 0) close(m_file);
     }
+    Handle(Handle&& other) noexcept : m_file(std::exchange(other.m_file, -1)) {}
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
 
@@ -52,6 +60,10 @@ struct Status {
     std::uint64_t inode = 0;
     std::int64_t size = 0;     // bytes
     std::int64_t modified = 0; // nanoseconds since 1970
+    std::int64_t changed = 0;  // the same, of what else is said of it too
+    std::uint64_t links = 0;   // its names
+    std::uint32_t owner = 0;
+    std::uint32_t group = 0;
     std::uint32_t permissions = 0;
     bool isFolder = false;
     bool isRegular = false;
@@ -77,11 +89,27 @@ int reserve(int file, std::int64_t offset, std::int64_t count) noexcept;
 void releaseReserved(int file) noexcept; // what lies behind the end
 
 int setPermissions(int file, std::uint32_t permissions) noexcept;
+int setOwner(int file, const std::uint32_t* owner, std::uint32_t group) noexcept; // null: stays
+// Access control lists, and what users noted. What the system itself notes of a file stays its own.
+int copyAttributes(const char* from, int to) noexcept;
+int truncate(int file, std::int64_t size) noexcept;
 int sync(int file) noexcept; // waits until the disk has it; a folder: its names
-int renameOver(const char* from, const char* to) noexcept;
-void remove(const char* path) noexcept;
+
+// In an open folder.
+int renameOver(int folder, const char* from, const char* to) noexcept;
+void remove(int folder, const char* name) noexcept; // may be called where a signal is handled
+std::size_t longestName(int folder) noexcept;       // bytes
+// Those that begin with `prefix`; none where the system does not tell.
+std::vector<std::string> namesIn(int folder, const std::string& prefix);
+
+// Of the whole file; ends when the file is closed as often as it was duplicated, or with the process. Closed
+// files of one process that were opened for themselves exclude each other.
+int tryLock(int file) noexcept; // EWOULDBLOCK: another one has it
+void unlock(int file) noexcept;
 
 std::uint64_t processNumber() noexcept;
+std::string hostName();    // empty when there is none
+std::string programName(); // of this process
 
 // Memory. Addresses need not lie on a page's boundary.
 bool isProvided(const void* address) noexcept; // whether its page is there already

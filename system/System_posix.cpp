@@ -2,14 +2,25 @@
 #include "system/System.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
+#include <dirent.h>
 #include <fcntl.h>
+#include <memory>
+#include <string_view>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #ifdef __GLIBC__
 #    include <malloc.h>
+#endif
+#ifdef __linux__
+#    include <cstring>
+#    include <linux/limits.h>
+#    include <sys/xattr.h>
 #endif
 
 namespace icawave::system {
@@ -39,11 +50,19 @@ std::size_t oneTransfer(std::int64_t count) noexcept {
     return static_cast<std::size_t>(std::min(count, largestTransfer));
 }
 
+std::int64_t nanoseconds(const timespec& time) noexcept {
+    return time.tv_sec * std::int64_t{1'000'000'000} + time.tv_nsec;
+}
+
 Status takenFrom(const struct stat& found) noexcept {
     return {.device = found.st_dev,
             .inode = found.st_ino,
             .size = found.st_size,
-            .modified = found.st_mtim.tv_sec * std::int64_t{1'000'000'000} + found.st_mtim.tv_nsec,
+            .modified = nanoseconds(found.st_mtim),
+            .changed = nanoseconds(found.st_ctim),
+            .links = found.st_nlink,
+            .owner = found.st_uid,
+            .group = found.st_gid,
             .permissions = found.st_mode & 07777u,
             .isFolder = S_ISDIR(found.st_mode),
             .isRegular = S_ISREG(found.st_mode)};
@@ -63,6 +82,10 @@ int flagsOf(Open how) noexcept {
         return O_WRONLY | O_CREAT | O_EXCL;
     case Open::folder:
         return O_RDONLY | O_DIRECTORY;
+    case Open::lock:
+        return O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK;
+    case Open::lockReadOnly:
+        return O_RDONLY | O_NOFOLLOW | O_NONBLOCK;
     }
     return O_RDONLY;
 }
@@ -78,9 +101,21 @@ std::string errorText(int error) {
 }
 
 int open(const char* path, Open how, int& file, std::uint32_t permissions) noexcept {
-    const int descriptor = repeated([&] { return ::open(path, flagsOf(how) | O_CLOEXEC, permissions); });
+    return open(AT_FDCWD, path, how, file, permissions);
+}
+
+int open(int folder, const char* name, Open how, int& file, std::uint32_t permissions) noexcept {
+    const int descriptor =
+        repeated([&] { return ::openat(folder, name, flagsOf(how) | O_CLOEXEC, permissions); });
     if (descriptor < 0) return errno;
     file = descriptor;
+    return 0;
+}
+
+int duplicate(int file, int& copy) noexcept {
+    const int descriptor = ::fcntl(file, F_DUPFD_CLOEXEC, 0);
+    if (descriptor < 0) return errno;
+    copy = descriptor;
     return 0;
 }
 
@@ -144,20 +179,85 @@ int setPermissions(int file, std::uint32_t permissions) noexcept {
     return errorOf(::fchmod(file, permissions));
 }
 
+int setOwner(int file, const std::uint32_t* owner, std::uint32_t group) noexcept {
+    return errorOf(::fchown(file, owner ? *owner : static_cast<uid_t>(-1), group));
+}
+
+int copyAttributes(const char* from, int to) noexcept {
+#ifdef __linux__
+    std::array<char, XATTR_LIST_MAX> names;
+    std::array<char, XATTR_SIZE_MAX> value;
+    const ssize_t length = ::listxattr(from, names.data(), names.size());
+    if (length < 0) return errno == EOPNOTSUPP ? 0 : errno;
+    for (const char* name = names.data(); name < names.data() + length; name += std::strlen(name) + 1) {
+        if (std::strncmp(name, "user.", 5) != 0 && std::strncmp(name, "system.", 7) != 0) continue;
+        const ssize_t size = ::getxattr(from, name, value.data(), value.size());
+        if (size < 0 || ::fsetxattr(to, name, value.data(), static_cast<std::size_t>(size), 0) != 0)
+            return errno;
+    }
+#else
+    (void)from, (void)to;
+#endif
+    return 0;
+}
+
+int truncate(int file, std::int64_t size) noexcept {
+    return errorOf(repeated([&] { return ::ftruncate(file, size); }));
+}
+
 int sync(int file) noexcept {
     return errorOf(::fsync(file));
 }
 
-int renameOver(const char* from, const char* to) noexcept {
-    return errorOf(::rename(from, to));
+int renameOver(int folder, const char* from, const char* to) noexcept {
+    return errorOf(::renameat(folder, from, folder, to));
 }
 
-void remove(const char* path) noexcept {
-    ::unlink(path);
+void remove(int folder, const char* name) noexcept {
+    ::unlinkat(folder, name, 0);
+}
+
+std::size_t longestName(int folder) noexcept {
+    const long longest = ::fpathconf(folder, _PC_NAME_MAX);
+    return longest > 0 ? static_cast<std::size_t>(longest) : NAME_MAX;
+}
+
+std::vector<std::string> namesIn(int folder, const std::string& prefix) {
+    std::vector<std::string> names;
+    int again = -1;
+    if (open(folder, ".", Open::folder, again) != 0) return names;
+    const auto closed = [](DIR* opened) { ::closedir(opened); };
+    const std::unique_ptr<DIR, decltype(closed)> entries(::fdopendir(again));
+    if (!entries) close(again);
+    while (const dirent* entry = entries ? ::readdir(entries.get()) : nullptr) {
+        if (std::string_view(entry->d_name).starts_with(prefix)) names.emplace_back(entry->d_name);
+    }
+    return names;
+}
+
+int tryLock(int file) noexcept {
+    return errorOf(repeated([&] { return ::flock(file, LOCK_EX | LOCK_NB); }));
+}
+
+void unlock(int file) noexcept {
+    ::flock(file, LOCK_UN);
 }
 
 std::uint64_t processNumber() noexcept {
     return static_cast<std::uint64_t>(::getpid());
+}
+
+std::string hostName() {
+    std::array<char, 256> name{};
+    return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
+}
+
+std::string programName() {
+#ifdef __GLIBC__
+    return program_invocation_short_name;
+#else
+    return "a program";
+#endif
 }
 
 bool isProvided(const void* address) noexcept {

@@ -66,6 +66,15 @@ public:
     std::filesystem::path path;
 };
 
+// What saves that are going on, or were killed, have in a folder.
+inline std::vector<std::filesystem::path> temporaryFiles(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().filename().native().starts_with(".icawave-")) found.push_back(entry.path());
+    }
+    return found;
+}
+
 inline Bytes contents(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(in), {}};

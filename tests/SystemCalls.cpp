@@ -34,7 +34,14 @@ int open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return refuses() ? -1 : ::openat(AT_FDCWD, path, flags, mode);
+    return ::openat(AT_FDCWD, path, flags, mode);
+}
+int openat(int folder, const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return refuses() ? -1 : static_cast<int>(::syscall(SYS_openat, folder, path, flags, mode));
 }
 ssize_t read(int file, void* to, size_t count) {
     return refuses() ? -1 : ::syscall(SYS_read, file, to, piece(count));
@@ -55,8 +62,9 @@ int close(int file) {
     ::syscall(SYS_close, file); // the system releases it in any case
     return refuses() ? -1 : 0;
 }
-int rename(const char* from, const char* to) noexcept {
-    return refuses("rename ") ? -1 : ::renameat(AT_FDCWD, from, AT_FDCWD, to);
+int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept {
+    const auto call = SYS_renameat2;
+    return refuses("rename ") ? -1 : static_cast<int>(::syscall(call, fromFolder, from, toFolder, to, 0));
 }
 int fchmod(int file, mode_t mode) noexcept {
     return refuses() ? -1 : static_cast<int>(::syscall(SYS_fchmod, file, mode));

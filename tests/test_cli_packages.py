@@ -157,6 +157,7 @@ class Packages(Case):
                 for prefix in ("", "./", "soft-", "hard-", f"{self.folder}/") if read else ():
                     self.bad("is a file that is read here", *words, prefix + read, "--force")
                 self.assertEqual(before, contents())
+        (self.folder / "hard-p.icpkg").unlink()
         self.good("norm", "p.icpkg", "-d", 1, "-o", "./p.icpkg", "--force")
         self.same("p.icpkg", "n")
 

@@ -1,18 +1,23 @@
 # SPDX-License-Identifier: BSD-3-Clause
-"""Commands that write: test_writers.py ICAWAVE GOLDEN_DIR"""
+"""Commands that write: test_writers.py ICAWAVE"""
 import json
+import fcntl
 import os
 import pathlib
 import shutil
+import signal
+import struct
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
+import numpy as np
 import scipy.io
 from set_files import small_set
 
-ICAWAVE, GOLDEN = os.fsencode(sys.argv[1]), pathlib.Path(sys.argv[2])
+ICAWAVE = os.fsencode(sys.argv[1])
 
 
 class Case(unittest.TestCase):
@@ -61,5 +66,52 @@ class Names(Case):
         self.assertEqual(done.stderr, b"icawave: none\\xe9: No such file or directory\n")
 
 
+class Together(Case):
+    def setUp(self):
+        super().setUp()
+        scipy.io.savemat(self.path("in.set"), {"EEG": small_set()})
+        self.good("import", "in.set", "-o", "a.icpkg")
+
+    def start(self, *words):
+        return subprocess.Popen([ICAWAVE, *words], cwd=self.folder, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+
+    def test_signals_leave_nothing_and_are_what_ends_the_command(self):
+        scipy.io.savemat(self.path("in.set"), {"EEG": small_set(data=np.zeros((3, 5, 20000)), trials=20000, icaact=np.zeros((0, 0)))})
+        before = self.names()
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            process = self.start("import", "in.set", "-o", "out.icpkg")
+            while not any(name.startswith(b".icawave-") for name in os.listdir(self.folder)):
+                self.assertIsNone(process.poll(), "too fast to be interrupted")
+            process.send_signal(number)
+            process.communicate()
+            self.assertEqual(process.returncode, -number)
+            self.assertEqual(self.names(), before)
+        process = self.start("import", "in.set", "-o", "out.icpkg")
+        while self.names() == before:
+            self.assertIsNone(process.poll())
+        process.kill()
+        process.communicate()
+        self.assertEqual(len(self.names() - before), 1)
+        self.good("copy", "a.icpkg", "b.icpkg")
+        self.assertEqual(self.names() - before, {b"b.icpkg"})
+
+    def test_an_access_list_stays(self):
+        """Version 2, then tag, rights and whose for owner, another user, group, mask and all others."""
+        entries = [(1, 6, -1), (2, 4, 1234), (4, 4, -1), (16, 6, -1), (32, 0, -1)]
+        access = struct.pack("<I", 2) + b"".join(struct.pack("<HHi", *entry) for entry in entries)
+        try:
+            os.setxattr(self.path("a.icpkg"), "system.posix_acl_access", access)
+        except OSError as refused:
+            self.skipTest(str(refused))
+        self.good("norm", "a.icpkg", "-d", "0", "-o", "a.icpkg", "--force")
+        self.assertEqual(os.getxattr(self.path("a.icpkg"), "system.posix_acl_access"), access)
+
+    def test_hard_links_that_part_are_told(self):
+        os.link(self.path("a.icpkg"), self.path("second"))
+        done = self.run_it("norm", "a.icpkg", "-d", "0", "-o", "a.icpkg", "--force")
+        self.assertEqual((done.returncode, done.stderr),
+                         (0, b"icawave: a.icpkg: had 2 names (hard links); the others keep the old contents\n"))
+
+
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
+    unittest.main(argv=sys.argv[:1] + sys.argv[2:])

@@ -1,10 +1,21 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Files that are written: under the very name that was given, and by one writer at a time.
 #include "tests/Support.h"
+#include "tests/SystemCalls.h"
 
 #include <icawave/PackageFile.h>
 
+#include <atomic>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <grp.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+#include <thread>
+#include <unistd.h>
 
 using namespace icawave;
 
@@ -12,8 +23,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
+std::vector<std::string> notices; // since the test began
+
 class Writers : public ::testing::Test {
 protected:
+    Writers() {
+        notices.clear();
+        setSaveNotice([](const std::string& line) { notices.push_back(line); });
+    }
+    ~Writers() override { setSaveNotice(nullptr); }
+
     const test::Folder temporary;
     const fs::path folder = temporary.path;
     const fs::path file = folder / "sample.icpkg";
@@ -61,6 +80,95 @@ TEST_F(Writers, RefuseATextThatSaysNoPath) {
     }
     EXPECT_THROW(PackageFile::save(std::string("a\0b", 3), package), FileError);
     EXPECT_TRUE(fs::is_empty(folder));
+}
+
+pid_t inChild(const std::function<void()>& act) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        act();
+        ::_exit(0);
+    }
+    return child;
+}
+
+TEST_F(Writers, RemoveWhatKilledOnesLeftAndNothingElse) {
+    const AtomicFile going(folder / "other.icpkg");
+    for (const bool isTold : {true, false}) {
+        const pid_t child = inChild([&] {
+            const AtomicFile interrupted(file);
+            if (isTold) removeTemporaryFiles();
+            ::raise(SIGKILL);
+        });
+        ::waitpid(child, nullptr, 0);
+        EXPECT_EQ(test::temporaryFiles(folder).size(), isTold ? 1u : 2u);
+    }
+    const std::string elsewhere = ".icawave-another-host-1-1";
+    std::ofstream(folder / elsewhere) << "x";
+    PackageFile::save(file, package);
+    EXPECT_EQ(test::temporaryFiles(folder).size(), 2u);
+    EXPECT_TRUE(fs::exists(folder / elsewhere));
+}
+
+TEST_F(Writers, ReachEveryNameThatThePathAllows) {
+    const std::string longest(255, 'n');
+    fs::path deep = folder;
+    while (deep.native().size() + 201 < 4000) deep /= std::string(200, 'd');
+    deep /= std::string(4092 - deep.native().size(), 'e'); // and a slash, a letter and the zero
+    fs::create_directories(deep);
+    for (const fs::path& path : {folder / longest, deep / "f"}) {
+        PackageFile::save(path, package);
+        PackageFile(path).replace(package);
+        PackageFile::save(path, package);
+        EXPECT_TRUE(PackageFile(path).check().empty());
+        EXPECT_EQ(std::distance(fs::directory_iterator(path.parent_path()), {}), path == deep / "f" ? 1 : 2);
+    }
+    EXPECT_EQ(notices.size(), 0u);
+}
+
+TEST_F(Writers, KeepGroupAndPermissionsAndTellWhatChanges) {
+    PackageFile::save(file, package);
+    fs::permissions(file, fs::perms(0640));
+    fs::create_hard_link(file, folder / "second");
+    PackageFile::save(file, package);
+    ASSERT_EQ(notices.size(), 1u);
+    EXPECT_NE(notices[0].find("had 2 names (hard links)"), std::string::npos);
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms(0640));
+    const bool isNoted = ::setxattr(file.c_str(), "user.note", "kept", 4, 0) == 0;
+    PackageFile::save(file, package);
+    EXPECT_EQ(::getxattr(file.c_str(), "user.note", nullptr, 0), isNoted ? 4 : -1);
+    if (::geteuid() != 0) GTEST_SKIP() << "only the superuser gives files away";
+    ASSERT_EQ(::chown(file.c_str(), 1234, 1235), 0);
+    PackageFile::save(file, package);
+    struct stat status;
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(std::pair(status.st_uid, status.st_gid), std::pair(1234u, 1235u));
+    EXPECT_EQ(notices.size(), 1u) << "the owner stayed";
+
+    fs::permissions(folder, fs::perms::all);
+    fs::permissions(file, fs::perms(0664));
+    int result = 0;
+    ::waitpid(inChild([&] {
+                  notices.clear();
+                  const gid_t groups[] = {1235};
+                  if (::setgroups(1, groups) != 0 || ::setgid(77) != 0 || ::setuid(88) != 0) ::_exit(1);
+                  PackageFile::save(file, package);
+                  ::_exit(notices.size() == 1 && notices[0].ends_with("its owner is 88 now, no longer 1234")
+                              ? 0
+                              : 2);
+              }),
+              &result, 0);
+    EXPECT_EQ(result, 0);
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(std::pair(status.st_uid, status.st_gid), std::pair(88u, 1235u));
+    EXPECT_EQ(status.st_mode & 07777u, 0664u);
+    ::waitpid(inChild([&] {
+                  if (::setgroups(0, nullptr) != 0 || ::setgid(78) != 0 || ::setuid(88) != 0) ::_exit(1);
+                  PackageFile::save(file, package);
+              }),
+              &result, 0);
+    EXPECT_EQ(result, 0);
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0644u) << "another group has the rights of all";
 }
 
 } // namespace

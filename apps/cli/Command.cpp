@@ -11,9 +11,7 @@ namespace icawave::cli {
 namespace {
 
 int complain(const std::string& what, int status) {
-    std::cout.flush(); // what there was to print comes before the complaint
-    Progress::wipe();
-    std::cerr << "icawave: " << printable(what) << '\n';
+    say(what);
     return status;
 }
 
@@ -24,6 +22,12 @@ CLI::Option* addWords(CLI::App& command, const char* name, std::vector<std::stri
 }
 
 } // namespace
+
+void say(const std::string& line) {
+    std::cout.flush(); // what there was to print comes before
+    Progress::wipe();
+    std::cerr << "icawave: " << printable(line) << '\n';
+}
 
 void addFile(CLI::App& command, std::string& file, const char* name, const char* meaning) {
     command.add_option(name, file, meaning)->type_name("")->required();

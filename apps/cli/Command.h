@@ -42,6 +42,8 @@ struct Target {
 void addTarget(CLI::App& command, Target& target, const char* name = "-o",
                const char* meaning = "the file to write");
 
+void say(const std::string& line); // on stderr
+
 // Thrown by a command that said what is wrong itself.
 struct Ended {
     int status;

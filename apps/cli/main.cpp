@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // icawave: the command line. Every command either does all of its work or ends with one line on stderr.
 #include <icawave/Version.h>
+#include <icawave/platform/AtomicFile.h>
 
 #include "apps/cli/Command.h"
 #include "apps/cli/Commands.h"
@@ -47,6 +48,20 @@ void requireCommand(const CLI::App& app, const std::string& word) {
                                                       : "icawave --help lists them"));
 }
 
+// Nothing of a save is left behind, and whoever started the command sees the signal that ended it.
+void endBySignal(int signal) {
+    icawave::removeTemporaryFiles();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void handleSignals() {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        if (std::signal(signal, endBySignal) == SIG_IGN) std::signal(signal, SIG_IGN); // as nohup asks
+    }
+    std::signal(SIGPIPE, SIG_DFL); // a reader that went away ends the command, silently, whoever started it
+}
+
 void run(int argc, char** argv) {
     CLI::App app("Inspects, converts and stores component analyses of MEG and EEG recordings.", "icawave");
     app.set_version_flag("--version", std::string("icawave ") + icawave::libraryVersion());
@@ -64,7 +79,8 @@ void run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::signal(SIGPIPE, SIG_DFL); // a reader that went away ends the command, silently, whoever started it
+    handleSignals();
+    icawave::setSaveNotice(say);
     std::ios::sync_with_stdio(false);
     icawave::keepMemory(256 << 20); // for the next file of several
     wipeProgressBefore(std::cout);

@@ -28,8 +28,7 @@
 #include <icawave/Export.h>
 #include <icawave/FaceIca.h>
 #include <icawave/platform/Archive.h>
-#include <icawave/platform/Exception.h>
-#include <icawave/platform/File.h>
+#include <icawave/platform/AtomicFile.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -37,80 +36,10 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace icawave {
-
-// The path that a text says in UTF-8. FileError for a text that is none: with a lone surrogate or a zero unit.
-ICAWAVE_EXPORT std::filesystem::path pathOf(const CString& text);
-// A path as UTF-8; bytes that are none, and zeros, as \xNN.
-ICAWAVE_EXPORT std::string shownPath(const std::filesystem::path& path);
-
-// A file cannot be read or written, or is not what it should be; what() is "PATH: what is wrong".
-class ICAWAVE_EXPORT FileError : public CException {
-public:
-    FileError(const std::filesystem::path& path, const std::string& text)
-        : m_text(shownPath(path) + ": " + text) {}
-    const char* what() const noexcept override;
-
-private:
-    std::runtime_error m_text; // its copies cannot fail
-};
-
-// Which file a path led to, and in which state.
-struct FileState {
-    // Nothing when there is no file. FileError when the system does not tell.
-    ICAWAVE_EXPORT static std::optional<FileState> of(const std::filesystem::path& path);
-
-    std::uint64_t device = 0;
-    std::uint64_t inode = 0;
-    std::int64_t size = 0;     // bytes
-    std::int64_t modified = 0; // nanoseconds since 1970
-
-    bool operator==(const FileState&) const = default;
-};
-
-// A file that takes its place once it is complete. Until commit() it has another name in the same folder;
-// destroyed without it, it vanishes and what stood at the path is untouched.
-//
-// A symbolic link is followed, also one that leads to no file yet; a file that is replaced passes its
-// permissions on. What cannot be replaced, such as a device, is written as it is.
-class ICAWAVE_EXPORT AtomicFile : public CFile {
-public:
-    // Open for writing. With `expected`, a file at the path that is in another state is refused here and by
-    // commit; FileState{} expects that there is none.
-    explicit AtomicFile(const std::filesystem::path& path, std::optional<FileState> expected = std::nullopt);
-    ~AtomicFile() override;
-
-    // Where the bytes are until then.
-    std::filesystem::path writtenPath() const;
-
-    // Waits until the disk has the bytes, and puts the file in its place. When that fails the old file stays,
-    // but for the last step: if the folder's disk fails then, the new file stands there already.
-    void commit();
-
-private:
-    struct Temporary {
-        ~Temporary();
-
-        std::string name; // empty: there is none, or no longer
-        int descriptor = -1;
-    };
-
-    void prepare();
-    void createTemporary(const std::string& folder, std::uint32_t permissions);
-    void finish();
-    void requireExpected() const;
-    [[noreturn]] void fail(int systemError) const;
-
-    std::filesystem::path m_path;
-    std::string m_target; // where a link leads
-    std::optional<FileState> m_expected;
-    std::optional<std::uint32_t> m_permissions; // of the file that is replaced
-    Temporary m_temporary;
-};
 
 // What a list shows of one data set, and where its record lies. The fields are those of the record, as
 // stored.

@@ -12,6 +12,7 @@
 // - PackageFile.h: PackageFile, a package on disk: its list, single data sets, check, salvage, atomic save
 // - IcaWaveManager.h: CDlgIcaWaveManager, the dialog that a user manages a package in
 // - Version.h: the version, of the headers and of the library that runs
+// - platform/AtomicFile.h: AtomicFile, a file that is replaced as a whole
 // - platform/: strings, arrays, exceptions, files, the archive, messages, windows, front ends, modules, kept memory
 //
 // Everything runs on one thread, the host's user-interface thread. Buffers of doubles come from new double[]
@@ -30,6 +31,7 @@
 #include <icawave/Version.h>
 #include <icawave/platform/Archive.h>
 #include <icawave/platform/Array.h>
+#include <icawave/platform/AtomicFile.h>
 #include <icawave/platform/Exception.h>
 #include <icawave/platform/File.h>
 #include <icawave/platform/FrontEnd.h>

@@ -36,9 +36,9 @@ void setInfo(CFaceIca& package, const PackageInfo& info) {
     ownFields(package) = ownFields(info);
 }
 
-PackageFile::Contents::Contents(const std::filesystem::path& path, const std::filesystem::path& name,
+PackageFile::Contents::Contents(const std::filesystem::path& path, system::Handle opened,
                                 std::function<void(std::int64_t)> whenRead)
-    : file(path, name, std::move(whenRead)) {
+    : file(path, std::move(opened), std::move(whenRead)) {
     if (std::optional<PackageIndex> stored = loadIndex(file)) {
         hasIndex = true;
         index = std::move(*stored);
@@ -107,8 +107,8 @@ const PackageEntry& PackageFile::Contents::entry(std::int64_t number) const {
 }
 
 PackageFile::PackageFile(const std::filesystem::path& path, std::function<void(std::int64_t)> whenRead)
-    : m_contents(
-          withMemoryException([&] { return std::make_unique<Contents>(path, path, std::move(whenRead)); })) {}
+    : m_contents(withMemoryException(
+          [&] { return std::make_unique<Contents>(path, openForReading(path), std::move(whenRead)); })) {}
 
 PackageFile::~PackageFile() = default;
 

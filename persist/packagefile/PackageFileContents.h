@@ -7,8 +7,8 @@
 namespace icawave {
 
 struct PackageFile::Contents {
-    // `name` is opened; it differs from `path` for a file that is not in its place yet.
-    Contents(const std::filesystem::path& path, const std::filesystem::path& name,
+    // `file` as of InputFile; it may not be in its place yet.
+    Contents(const std::filesystem::path& path, system::Handle file,
              std::function<void(std::int64_t)> whenRead = {});
 
     const PackageEntry& entry(std::int64_t number) const; // CInvalidArgException outside the list

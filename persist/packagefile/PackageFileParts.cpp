@@ -5,32 +5,11 @@
 
 #include "persist/archive/Exchange.h"
 #include "persist/packagefile/Crc32c.h"
-#include "platform/Alloc.h"
-#include "platform/PathBytes.h"
 #include "system/System.h"
-
-#include <cerrno>
 
 namespace icawave {
 
 namespace {
-
-FileState stateOf(const system::Status& status) {
-    return {status.device, status.inode, status.size, status.modified};
-}
-
-int openForReading(const std::filesystem::path& path, const std::filesystem::path& name) {
-    int file = -1;
-    if (const int error = system::open(systemPath(name).c_str(), system::Open::readAtOnce, file))
-        throw FileError(path, system::errorText(error));
-    return file;
-}
-
-std::string escaped(char byte) {
-    constexpr const char* digits = "0123456789abcdef";
-    const auto value = static_cast<unsigned char>(byte);
-    return {'\\', 'x', digits[value >> 4], digits[value & 15]};
-}
 
 // Keeps what a record shows instead of showing it.
 class FirstMessage : public UiFrontEnd {
@@ -54,53 +33,16 @@ void takeAllowance(CArchive& archive) {
 
 } // namespace
 
-const char* FileError::what() const noexcept {
-    return m_text.what();
+system::Handle openForReading(const std::filesystem::path& path) {
+    int file = -1;
+    if (const int error = system::open(systemPath(path).c_str(), system::Open::readAtOnce, file))
+        throw FileError(path, system::errorText(error));
+    return system::Handle(file);
 }
 
-std::filesystem::path pathOf(const CString& text) {
-    return withMemoryException([&]() -> std::filesystem::path {
-        std::optional<std::string> bytes = pathBytes(text);
-        if (!bytes) throw FileError(text.utf8(), "not a path");
-        return std::move(*bytes);
-    });
-}
-
-std::string shownPath(const std::filesystem::path& path) {
-    return withMemoryException([&] {
-        const std::string& bytes = path.native();
-        const auto isText = [](const std::string& piece) { return pathBytes(piece) == piece; };
-        if (isText(bytes)) return bytes;
-        std::string shown;
-        for (std::size_t at = 0; at < bytes.size();) {
-            std::size_t length = 1; // of the character that begins here
-            while (length <= 4 && !isText(bytes.substr(at, length))) ++length;
-            if (length <= 4)
-                shown += bytes.substr(at, length);
-            else
-                shown += escaped(bytes[at]);
-            at += length <= 4 ? length : 1;
-        }
-        return shown;
-    });
-}
-
-std::string systemPath(const std::filesystem::path& path) {
-    if (path.native().find('\0') != std::string::npos) throw FileError(path, "not a path");
-    return path.native();
-}
-
-std::optional<FileState> FileState::of(const std::filesystem::path& path) {
-    system::Status status;
-    const int error = system::statusOf(systemPath(path).c_str(), status);
-    if (error == ENOENT) return std::nullopt;
-    if (error != 0) throw FileError(path, system::errorText(error));
-    return stateOf(status);
-}
-
-InputFile::InputFile(const std::filesystem::path& path, const std::filesystem::path& name,
+InputFile::InputFile(const std::filesystem::path& path, system::Handle file,
                      std::function<void(std::int64_t)> whenRead)
-    : m_path(path), m_file(openForReading(path, name)), m_whenRead(std::move(whenRead)) {
+    : m_path(path), m_file(std::move(file)), m_whenRead(std::move(whenRead)) {
     system::Status status;
     if (const int error = system::statusOf(m_file.get(), status))
         throw FileError(path, system::errorText(error));

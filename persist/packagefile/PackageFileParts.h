@@ -7,6 +7,7 @@
 
 #include "persist/archive/RecordFacts.h"
 #include "persist/records/PackageFields.h"
+#include "platform/FileTarget.h"
 #include "system/System.h"
 
 #include <algorithm>
@@ -20,13 +21,13 @@ inline constexpr std::int64_t pieceBytes = 256 * 1024;
 // What stands before a data set record in a package: 0 in an empty slot.
 inline constexpr std::int64_t slotFlagBytes = 4;
 
-std::string systemPath(const std::filesystem::path& path); // FileError when the system would see another one
+system::Handle openForReading(const std::filesystem::path& path);
 
 // A file that is read at any place. What the system refuses is FileError.
 class InputFile {
 public:
-    // `path` is for texts, `name` is opened; `whenRead` is told the bytes read so far after each piece.
-    InputFile(const std::filesystem::path& path, const std::filesystem::path& name,
+    // `path` is for texts; `whenRead` is told the bytes read so far after each piece.
+    InputFile(const std::filesystem::path& path, system::Handle file,
               std::function<void(std::int64_t)> whenRead);
 
     const std::filesystem::path& path() const { return m_path; }

@@ -188,7 +188,7 @@ void PackageFile::addIndex(bool force) {
 // there nothing can fail but the folder.
 void PackageFile::putInPlace(AtomicFile& file) {
     file.Flush();
-    auto written = std::make_unique<Contents>(path(), file.writtenPath());
+    auto written = std::make_unique<Contents>(path(), system::Handle(file.openWritten()));
     if (!written->hasIndex) throw FileError(path(), "cannot be written: it does not read back");
     file.commit();
     m_contents = std::move(written);

@@ -9,7 +9,7 @@ from pathlib import Path
 
 LEVELS = [
     {"system": "", "kernels": ""},
-    {"platform": "platform/Array platform/Exception platform/File platform/FrontEnd platform/Memory platform/Message platform/Module "
+    {"platform": "platform/Array platform/AtomicFile platform/Exception platform/File platform/FrontEnd platform/Memory platform/Message platform/Module "
                  "platform/Resource platform/String Export Version"},
     {"windows": "platform/Dialog platform/ListCtrl platform/Menu platform/ScriptedFrontEnd platform/Window platform/Wnd",
      "persist/archive": "platform/Archive"},

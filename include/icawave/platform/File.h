@@ -53,8 +53,14 @@ public:
     virtual std::int64_t GetLength() const; // what is still buffered for writing included
     virtual void Close();                   // flushes; the object is closed also when that fails
 
+protected:
+    // Writes a new file that the system has open, as if Open had made it at the path. The descriptor stays
+    // the caller's.
+    void adopt(int descriptor, const std::filesystem::path& path);
+
 private:
     [[noreturn]] void raise(int systemError) const;
+    void start(int descriptor, const CString& path, bool isNew) noexcept;
     std::int64_t readSome(void* buffer, std::int64_t count);
     void writeAll(const std::byte* bytes, std::int64_t count);
     void allocateBuffer();
