@@ -5,6 +5,7 @@
 #include "platform/FileTarget.h"
 #include "platform/SaveNotice.h"
 #include "platform/TemporaryFile.h"
+#include "platform/WriterLock.h"
 
 #include <atomic>
 #include <cerrno>
@@ -40,6 +41,7 @@ struct AtomicFile::Parts {
 
     const std::filesystem::path path;
     std::optional<FileState> expected;
+    std::optional<WriterLock> lock;
     std::optional<FileTarget> target;
     std::optional<system::Status> old; // of the file that is replaced
     std::vector<std::string> losses;   // what does not pass on to the new file
@@ -50,11 +52,13 @@ AtomicFile::AtomicFile(const std::filesystem::path& path, std::optional<FileStat
     withMemoryException([&] {
         m_parts = std::make_unique<Parts>(path);
         m_parts->expected = expected;
+        m_parts->lock.emplace(path);
         if (!m_parts->prepare()) {
             errno = EACCES;
             if (!OpenPath(path, modeWrite)) m_parts->fail(errno);
             return;
         }
+        if (m_parts->lock->m_held) m_parts->lock->m_held->tellProblem(path);
         adopt(m_parts->temporary.descriptor(), path);
     });
 }

@@ -72,7 +72,7 @@ std::string systemPath(const std::filesystem::path& path) {
 }
 
 FileState stateOf(const system::Status& status) {
-    return {status.device, status.inode, status.size, status.modified};
+    return {status.device, status.inode, status.size, status.modified, status.changed};
 }
 
 std::optional<FileState> FileState::of(const std::filesystem::path& path) {

@@ -89,7 +89,10 @@ protected:
 
     void save() { PackageFile::save(file.string(), package); }
     PackageFile open() const { return PackageFile(file.string()); }
-    auto filesInFolder() const { return std::distance(fs::directory_iterator(folder), {}); }
+    auto filesInFolder() const { // beside the lock
+        return std::distance(fs::directory_iterator(folder), {}) -
+               (fs::exists(folder / ".sample.icpkg.lock") ? 1 : 0);
+    }
 
     const test::Folder temporary;
     const fs::path& folder = temporary.path;

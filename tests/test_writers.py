@@ -75,6 +75,49 @@ class Together(Case):
     def start(self, *words):
         return subprocess.Popen([ICAWAVE, *words], cwd=self.folder, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
 
+    def lock(self):
+        held = open(self.path(".a.icpkg.lock"), "r+")
+        self.addCleanup(held.close)
+        fcntl.flock(held, fcntl.LOCK_EX)
+        held.write("77 elsewhere another program\n")
+        held.flush()
+        return held
+
+    def test_pairs_of_changes_are_both_kept(self):
+        original = pathlib.Path(os.fsdecode(self.path("a.icpkg"))).read_bytes()
+        norm = lambda k: ("norm", "a.icpkg", "-d", str(k), "-o", "a.icpkg", "--force")
+        for k in (0, 1):
+            self.good(*norm(k))
+        expected = self.good("dump", "a.icpkg")
+        for _ in range(30):
+            pathlib.Path(os.fsdecode(self.path("a.icpkg"))).write_bytes(original)
+            pair = [self.start(*norm(k)) for k in (0, 1)]
+            for process in pair:
+                self.assertEqual((process.communicate()[1], process.returncode), (b"", 0))
+            self.assertEqual(self.good("dump", "a.icpkg"), expected)
+
+    def test_a_writer_waits_says_for_whom_and_gives_up(self):
+        held = self.lock()
+        started = time.monotonic()
+        shutil.copy(self.path("a.icpkg"), self.path("b"))
+        os.symlink("a.icpkg", self.path("link"))
+        giving_up = [self.start("norm", "a.icpkg", "-d", "0", "-o", "a.icpkg", "--force"),
+                     self.start("copy", "b", "link", "--force"), self.start("import", "no.set", "-o", "a.icpkg", "--force")]
+        before = pathlib.Path(os.fsdecode(self.path("a.icpkg"))).read_bytes()
+        for reader in (("list", "a.icpkg"), ("check", "a.icpkg"), ("copy", "a.icpkg", "c")):
+            self.good(*reader)
+        self.assertLess(time.monotonic() - started, 1)
+        who = rb"another program \(process 77 on elsewhere\)"
+        for process in giving_up:
+            error = process.communicate()[1]
+            self.assertRegex(error, rb"\Aicawave: [^\n]*: waiting for " + who + rb", which is writing it\n"
+                                    rb"icawave: [^\n]*: is being written by " + who + rb"; gave up after 10 s\n\Z")
+            self.assertEqual(process.returncode, 2)
+        self.assertTrue(9.5 < time.monotonic() - started < 20)
+        self.assertEqual(pathlib.Path(os.fsdecode(self.path("a.icpkg"))).read_bytes(), before)
+        held.close()
+        self.good("copy", "b", "link", "--force")
+
     def test_signals_leave_nothing_and_are_what_ends_the_command(self):
         scipy.io.savemat(self.path("in.set"), {"EEG": small_set(data=np.zeros((3, 5, 20000)), trials=20000, icaact=np.zeros((0, 0)))})
         before = self.names()

@@ -82,6 +82,28 @@ TEST_F(Writers, RefuseATextThatSaysNoPath) {
     EXPECT_TRUE(fs::is_empty(folder));
 }
 
+// What several processes count.
+struct Counts {
+    std::atomic<int> acknowledged = 0, refused = 0;
+};
+
+// Counts a package's type up, `times` times; what another writer did in between is read again.
+void countUp(const fs::path& file, int times, Counts& counts) {
+    while (times > 0) {
+        try {
+            PackageFile opened(file);
+            CFaceIcazq package;
+            opened.load(package);
+            ++package.m_pkgType;
+            opened.replace(package);
+            ++counts.acknowledged;
+            --times;
+        } catch (const FileError&) {
+            ++counts.refused;
+        }
+    }
+}
+
 pid_t inChild(const std::function<void()>& act) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -89,6 +111,82 @@ pid_t inChild(const std::function<void()>& act) {
         ::_exit(0);
     }
     return child;
+}
+
+// Also when a third process is killed, again and again.
+TEST_F(Writers, LoseNoUpdateOfEachOther) {
+    const char* const wanted = std::getenv("ICAWAVE_UPDATES");
+    const int each = (wanted ? std::atoi(wanted) : 400) / 2;
+    PackageFile::save(file, package);
+    void* const shared =
+        ::mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(shared, MAP_FAILED);
+    auto& counts = *new (shared) Counts;
+    const pid_t counting[] = {inChild([&] { countUp(file, each, counts); }),
+                              inChild([&] { countUp(file, each, counts); })};
+    int killed = 0;
+    for (int running = 2; running > 0; ++killed) {
+        const pid_t third = inChild([&] { countUp(file, 1 << 30, counts); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(5 + killed % 7));
+        ::kill(third, SIGKILL);
+        ::waitpid(third, nullptr, 0);
+        running = 0;
+        for (const pid_t child : counting) running += ::waitpid(child, nullptr, WNOHANG) == 0 ? 1 : 0;
+    }
+    const int acknowledged = counts.acknowledged;
+    EXPECT_GE(acknowledged, 2 * each);
+    EXPECT_GT(counts.refused, 0) << "they never met";
+    EXPECT_GT(killed, 2);
+    const int counted = PackageFile(file).info().type;
+    EXPECT_GE(counted, acknowledged);
+    EXPECT_LE(counted, acknowledged + killed) << "who was killed could not acknowledge its last one";
+    EXPECT_TRUE(PackageFile(file).check().empty());
+    EXPECT_EQ(notices.size(), 0u);
+    ::munmap(shared, sizeof(Counts));
+    PackageFile::save(file, package);
+    EXPECT_TRUE(test::temporaryFiles(folder).empty());
+}
+
+TEST_F(Writers, OfOneThreadShareTheLockAndOthersWait) {
+    PackageFile::save(file, package);
+    fs::create_symlink("sample.icpkg", folder / "link");
+    std::atomic<bool> isSaved = false;
+    std::optional<WriterLock> lock(file), again(folder / "link");
+    PackageFile(file).replace(package);
+    std::thread other([&] {
+        CFaceIcazq another;
+        PackageFile::save(folder / "link", another);
+        isSaved = true;
+    });
+    lock.reset();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1300));
+    EXPECT_FALSE(isSaved);
+    EXPECT_EQ(PackageFile(file).info().type, package.m_pkgType) << "readers do not wait";
+    again.reset();
+    other.join();
+    ASSERT_EQ(notices.size(), 1u);
+    const std::string who = "icawave_tests (process " + std::to_string(::getpid()) + " on ";
+    EXPECT_NE(notices[0].find("waiting for " + who), std::string::npos) << notices[0];
+}
+
+TEST_F(Writers, SaveWhereNoLockCanBeMadeAndSaySo) {
+    fs::create_directory(folder / ".sample.icpkg.lock");
+    const WriterLock lock(file);
+    PackageFile::save(file, package);
+    ASSERT_EQ(notices.size(), 1u) << "once";
+    EXPECT_NE(notices[0].find("cannot be locked (Is a directory)"), std::string::npos) << notices[0];
+    EXPECT_TRUE(PackageFile(file).check().empty());
+}
+
+TEST_F(Writers, SeeThatAFileChangedThoughItsTimeAndSizeDidNot) {
+    PackageFile::save(file, package);
+    PackageFile opened(file);
+    const fs::file_time_type modified = fs::last_write_time(file);
+    const test::Bytes bytes = test::contents(file);
+    std::ofstream(file, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
+    fs::last_write_time(file, modified);
+    EXPECT_THROW(opened.replace(package), FileError);
 }
 
 TEST_F(Writers, RemoveWhatKilledOnesLeftAndNothingElse) {
@@ -120,7 +218,7 @@ TEST_F(Writers, ReachEveryNameThatThePathAllows) {
         PackageFile(path).replace(package);
         PackageFile::save(path, package);
         EXPECT_TRUE(PackageFile(path).check().empty());
-        EXPECT_EQ(std::distance(fs::directory_iterator(path.parent_path()), {}), path == deep / "f" ? 1 : 2);
+        EXPECT_EQ(std::distance(fs::directory_iterator(path.parent_path()), {}), path == deep / "f" ? 2 : 3);
     }
     EXPECT_EQ(notices.size(), 0u);
 }

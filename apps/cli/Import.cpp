@@ -51,8 +51,9 @@ void import(const Options& options) {
         const std::string target = targetOf(options, source);
         const auto [other, isNew] = sources.emplace(target, source);
         if (!isNew) throw Failure(target, "would be made of " + other->second + " and of " + source);
-        targets.emplace(source, Output(target, options.target.force, options.sources));
     }
+    for (const auto& [target, source] : sources) // in one order, so that no two imports wait for each other
+        targets.emplace(source, Output(target, options.target.force, options.sources));
     forEachFile(options.sources, false,
                 [&](const std::string& source) { importSet(source, targets.at(source), options.strict); });
 }

@@ -6,6 +6,7 @@
 #include "apps/cli/Text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <iostream>
 
 namespace icawave::cli {
@@ -76,6 +77,8 @@ void salvage(const Options& options) {
 }
 
 void index(const Options& options) {
+    if (!FileState::of(options.file())) throw Failure(options.file(), systemError(ENOENT));
+    const WriterLock lock(options.file());
     PackageFile package(options.file());
     const bool had = package.hasIndex();
     package.addIndex();

@@ -10,9 +10,13 @@ namespace icawave::cli {
 Output::Output(std::string path, bool force, const std::vector<std::string>& read) : m_path(std::move(path)) {
     for (const std::string& file : read) mustNotBe(file);
     std::error_code ignored;
-    const std::optional<FileState> now = FileState::of(m_path);
+    std::optional<FileState> now = FileState::of(m_path);
     if (now && !std::filesystem::is_regular_file(m_path, ignored)) return;
     if (now && !force) throw Failure(m_path, "exists already; --force replaces it");
+    if (now) {
+        m_lock.emplace(m_path);
+        now = FileState::of(m_path);
+    }
     m_expected = now.value_or(FileState{});
 }
 

@@ -14,7 +14,8 @@ namespace icawave::cli {
 
 // The one rule for what every command writes: a Failure when the file exists, unless `force` is set, and when
 // it is one of those that are read, under whatever name. A file that changes from here on is refused when it
-// would be replaced. A device or a pipe is no file in this sense: it loses nothing.
+// would be replaced, and until then no other writer is let near it, so that a command may read the file that
+// it replaces. A device or a pipe is no file in this sense: it loses nothing.
 class Output {
 public:
     Output(std::string path, bool force, const std::vector<std::string>& read = {});
@@ -26,6 +27,7 @@ public:
 
 private:
     std::string m_path;
+    std::optional<WriterLock> m_lock;
     std::optional<FileState> m_expected;
 };
 

@@ -12,7 +12,7 @@
 // - PackageFile.h: PackageFile, a package on disk: its list, single data sets, check, salvage, atomic save
 // - IcaWaveManager.h: CDlgIcaWaveManager, the dialog that a user manages a package in
 // - Version.h: the version, of the headers and of the library that runs
-// - platform/AtomicFile.h: AtomicFile, a file that is replaced as a whole
+// - platform/AtomicFile.h: AtomicFile, a file that is replaced as a whole; WriterLock, one writer at a time
 // - platform/: strings, arrays, exceptions, files, the archive, messages, windows, front ends, modules, kept memory
 //
 // Everything runs on one thread, the host's user-interface thread. Buffers of doubles come from new double[]

@@ -50,6 +50,11 @@ InputFile::InputFile(const std::filesystem::path& path, system::Handle file,
     m_state = stateOf(status);
 }
 
+void InputFile::refreshState() noexcept {
+    system::Status status;
+    if (system::statusOf(m_file.get(), status) == 0) m_state = stateOf(status);
+}
+
 std::int64_t InputFile::readAt(std::int64_t offset, void* bytes, std::int64_t count) const {
     auto* to = static_cast<std::byte*>(bytes);
     std::int64_t done = 0;

@@ -33,6 +33,7 @@ public:
     const std::filesystem::path& path() const { return m_path; }
     std::int64_t size() const { return m_state.size; }
     const FileState& state() const { return m_state; }
+    void refreshState() noexcept; // once the file stands in its place
 
     // The bytes read: fewer than count only at the end of the file.
     std::int64_t readAt(std::int64_t offset, void* bytes, std::int64_t count) const;

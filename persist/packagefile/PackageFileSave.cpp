@@ -40,7 +40,7 @@ PackageSections wholeSections(const InputFile& file, const std::vector<PackageSe
 // Of a package file that stands at a path, if there is one that is whole at its end.
 PackageSections sectionsAt(const std::filesystem::path& path) {
     try {
-        const InputFile file(path, path, {});
+        const InputFile file(path, openForReading(path), {});
         if (!endsWithTail(file)) return {};
         const Tail tail = readTail(file);
         return tail.head ? wholeSections(file, tail.head->sections) : PackageSections();
@@ -191,6 +191,7 @@ void PackageFile::putInPlace(AtomicFile& file) {
     auto written = std::make_unique<Contents>(path(), system::Handle(file.openWritten()));
     if (!written->hasIndex) throw FileError(path(), "cannot be written: it does not read back");
     file.commit();
+    written->file.refreshState();
     m_contents = std::move(written);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Files that are replaced as a whole.
+// Files that are replaced as a whole, by one writer at a time.
 //
 //     AtomicFile file("trials.icpkg");
 //     CArchive archive(&file, CArchive::store);
@@ -47,18 +47,41 @@ struct FileState {
     std::uint64_t inode = 0;
     std::int64_t size = 0;     // bytes
     std::int64_t modified = 0; // nanoseconds since 1970
+    std::int64_t changed = 0;  // the same, of owner, permissions and names too
 
     bool operator==(const FileState&) const = default;
 };
 
-// What a save says beside its result, one line "PATH: what" each: that a file has another owner or that its
-// other names (hard links) keep the old contents. The function is called on the thread that saves and must
-// not raise; null, as at first, is silence. Returns the one before.
+// What a save says beside its result, one line "PATH: what" each: whom it waits for; that no lock can be
+// made; that a file has another owner or that its other names (hard links) keep the old contents. The
+// function is called on the thread that saves and must not raise; null, as at first, is silence. Returns the
+// one before.
 using SaveNotice = void (*)(const std::string& line);
 ICAWAVE_EXPORT SaveNotice setSaveNotice(SaveNotice notice) noexcept;
 
+// Keeps other writers of a file away while it lives: for a change that begins with reading the file and ends
+// with replacing it. Readers never wait.
+//
+// A file `.NAME.lock` beside the file that a link leads to is locked and says who writes. It is never
+// deleted, since another program may be about to lock it. What has no lock (a device, a folder that takes no
+// new names) is not kept from anyone. The thread that holds a lock may take it again; its other threads are
+// other writers. Copies share the lock.
+class ICAWAVE_EXPORT WriterLock {
+public:
+    // Waits up to 10 s for another writer, and says so after one. Then FileError names it.
+    explicit WriterLock(const std::filesystem::path& path);
+
+    struct Held;
+
+private:
+    friend class AtomicFile;
+
+    std::shared_ptr<Held> m_held; // null: nothing to lock
+};
+
 // A file that takes its place once it is complete. Until commit() it has another name in the same folder;
-// destroyed without it, it vanishes and what stood at the path is untouched.
+// destroyed without it, it vanishes and what stood at the path is untouched. It holds the path's WriterLock
+// as long as it lives.
 //
 // A symbolic link is followed, also one that leads to no file yet; a file that is replaced passes its
 // permissions on, and its owner and group where the system lets it. What cannot be replaced, such as a
