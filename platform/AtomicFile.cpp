@@ -48,6 +48,8 @@ struct AtomicFile::Parts {
     TemporaryFile temporary;           // ends before its folder does
 };
 
+AtomicFile::AtomicFile() noexcept = default;
+
 AtomicFile::AtomicFile(const std::filesystem::path& path, std::optional<FileState> expected) {
     withMemoryException([&] {
         m_parts = std::make_unique<Parts>(path);
@@ -59,7 +61,7 @@ AtomicFile::AtomicFile(const std::filesystem::path& path, std::optional<FileStat
             return;
         }
         if (m_parts->lock->m_held) m_parts->lock->m_held->tellProblem(path);
-        adopt(m_parts->temporary.descriptor(), path);
+        m_parts->require(adopt(m_parts->temporary.descriptor(), path));
     });
 }
 
@@ -68,6 +70,20 @@ AtomicFile::~AtomicFile() {
         Close();
     } catch (const CException&) { // nobody will miss the bytes
     }
+}
+
+std::unique_ptr<AtomicFile> AtomicFile::unnoticed(const std::filesystem::path& path) {
+    return withMemoryException([&]() -> std::unique_ptr<AtomicFile> {
+        std::unique_ptr<AtomicFile> file(new AtomicFile);
+        file->m_parts = std::make_unique<Parts>(path);
+        try {
+            if (!file->m_parts->prepare() || !file->m_parts->losses.empty()) return nullptr;
+            file->m_parts->require(file->adopt(file->m_parts->temporary.descriptor(), path));
+        } catch (const FileError&) {
+            return nullptr;
+        }
+        return file;
+    });
 }
 
 bool AtomicFile::Parts::prepare() {

@@ -77,14 +77,14 @@ bool CFile::OpenPath(const std::filesystem::path& path, std::uint32_t flags) {
     return true;
 }
 
-void CFile::adopt(int descriptor, const std::filesystem::path& path) {
+int CFile::adopt(int descriptor, const std::filesystem::path& path) {
     Close();
     const CString shown = path.native();
     int copy = -1;
-    if (const int error = icawave::system::duplicate(descriptor, copy))
-        AfxThrowFileException(causeOf(error), shown);
+    if (const int error = icawave::system::duplicate(descriptor, copy)) return error;
     m_writing = true;
     start(copy, shown, true);
+    return 0;
 }
 
 void CFile::start(int descriptor, const CString& path, bool isNew) noexcept {

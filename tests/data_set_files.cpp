@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Single data set files as the file dialogs ask for them, and every way in which they fail.
 #include "tests/Support.h"
+#include "tests/SystemCalls.h"
 
 #include <sys/stat.h>
 
@@ -76,6 +77,51 @@ TEST_F(DataSetFiles, ThatEndEarlyOrFindTheDiskFullRaise) {
     fs::create_symlink("/dev/full", folder / "full.icd");
     EXPECT_THROW(save(temporary / "full.icd"), CFileException);
     EXPECT_TRUE(ui.messages.empty()) << "the caller tells it, once";
+}
+
+// The n-th system call fails, for every n.
+TEST_F(DataSetFiles, KeepTheOldFileUntilTheNewOneIsWhole) {
+    const auto contents = [&] { return test::contents(folder / "a.icd"); };
+    ASSERT_EQ(save(temporary / "a.icd"), 1);
+    const test::Bytes old = contents();
+    dataSet = test::countingDataSet(3, 40'000);
+    const test::Bytes whole = test::stored(*dataSet);
+    int failures = 0, kept = 0;
+    for (bool done = false; !done;) {
+        std::ofstream(folder / "a.icd", std::ios::binary)
+            .write(reinterpret_cast<const char*>(old.data()), std::ssize(old));
+        test::systemCalls.left = failures;
+        std::int32_t result = 0;
+        try {
+            result = save(temporary / "a.icd");
+        } catch (const CFileException&) {
+        }
+        done = test::systemCalls.left >= 0;
+        test::systemCalls.left = -1;
+        ASSERT_TRUE(contents() == whole || (result == 0 && contents() == old)) << failures;
+        kept += contents() == old ? 1 : 0;
+        failures += done ? 0 : 1;
+    }
+    EXPECT_GT(failures, 10);
+    EXPECT_GT(kept, 3);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1) << "neither a temporary file nor a lock";
+}
+
+TEST_F(DataSetFiles, AreWrittenThemselvesWhereAnotherFileWouldBeNoticed) {
+    ASSERT_EQ(save(temporary / "a.icd"), 1);
+    fs::create_hard_link(folder / "a.icd", folder / "second.icd");
+    fs::create_symlink("a.icd", folder / "link.icd");
+    dataSet = test::countingDataSet(3, 5);
+    const test::Bytes whole = test::stored(*dataSet);
+    ASSERT_EQ(save(temporary / "link.icd"), 1);
+    EXPECT_EQ(test::contents(folder / "second.icd"), whole);
+    EXPECT_TRUE(fs::is_symlink(folder / "link.icd"));
+    fs::remove(folder / "second.icd");
+    fs::permissions(folder / "a.icd", fs::perms(0600));
+    ASSERT_EQ(save(temporary / "link.icd"), 1);
+    EXPECT_EQ(test::contents(folder / "a.icd"), whole);
+    EXPECT_EQ(fs::status(folder / "a.icd").permissions(), fs::perms(0600));
+    EXPECT_TRUE(fs::is_symlink(folder / "link.icd"));
 }
 
 } // namespace

@@ -174,13 +174,12 @@ void addCoherence(CFaceIcazq& package, const Matrix& sensors) {
 }
 
 void save(CFaceIcazq& package, const char* path) {
-    CFile file;
-    ensure(file.Open(path, CFile::modeCreate | CFile::modeWrite), "the package file cannot be created");
+    icawave::AtomicFile file(path);
     CArchive archive(&file, CArchive::store);
     package.serialize(archive);
     archive.Close();
     std::cout << "  " << file.GetLength() << " bytes written\n";
-    file.Close();
+    file.commit();
 }
 
 void load(CFaceIcazq& package, const char* path) {

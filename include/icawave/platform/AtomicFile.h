@@ -64,7 +64,7 @@ ICAWAVE_EXPORT SaveNotice setSaveNotice(SaveNotice notice) noexcept;
 //
 // A file `.NAME.lock` beside the file that a link leads to is locked and says who writes. It is never
 // deleted, since another program may be about to lock it. What has no lock (a device, a folder that takes no
-// new names) is not kept from anyone. The thread that holds a lock may take it again; its other threads are
+// new names) is not kept from anyone. The thread that holds a lock may take it again; other threads are
 // other writers. Copies share the lock.
 class ICAWAVE_EXPORT WriterLock {
 public:
@@ -93,6 +93,10 @@ public:
     explicit AtomicFile(const std::filesystem::path& path, std::optional<FileState> expected = std::nullopt);
     ~AtomicFile() override;
 
+    // For who promised to write the very file that is there: takes its place only where nobody could tell
+    // one from the other, and without a lock. Null where the file itself must be written.
+    static std::unique_ptr<AtomicFile> unnoticed(const std::filesystem::path& path);
+
     // Waits until the disk has the bytes, and puts the file in its place. When that fails the old file stays,
     // but for the last step: if the folder's disk fails then, the new file stands there already.
     void commit();
@@ -101,6 +105,7 @@ private:
     friend class PackageFile;
     struct Parts;
 
+    AtomicFile() noexcept;
     int openWritten() const; // a descriptor of the system that reads what was flushed so far
 
     std::unique_ptr<Parts> m_parts;

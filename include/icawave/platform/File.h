@@ -55,8 +55,8 @@ public:
 
 protected:
     // Writes a new file that the system has open, as if Open had made it at the path. The descriptor stays
-    // the caller's.
-    void adopt(int descriptor, const std::filesystem::path& path);
+    // the caller's. Returns 0 or the system's error.
+    int adopt(int descriptor, const std::filesystem::path& path);
 
 private:
     [[noreturn]] void raise(int systemError) const;
