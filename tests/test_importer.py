@@ -38,6 +38,12 @@ class Case(unittest.TestCase):
         self.assertEqual(done.returncode == 0, target.exists())
         return done, target.read_bytes() if target.exists() else None
 
+    def icawave(self, *words):
+        return subprocess.run([ICAWAVE, *words], cwd=self.folder, check=True, capture_output=True, text=True).stdout
+
+    def dump(self, file):
+        return json.loads(self.icawave("dump", file))["object"]
+
     def sweep(self, source, step, words, files=()):
         folder = self.folder / "damaged"
         folder.mkdir(exist_ok=True)
@@ -135,6 +141,9 @@ class Oddities(Case):
                  (marks([[0, 1], [1, 0]]), "warning", "gcompreject is 2 x 2 for 2 components; 1 mark not taken", "01"),
                  (marks([[1, 0, 7, 1]]), "warning", "gcompreject is 1 x 4 for 2 components; 2 marks not taken", "10"),
                  (marks([1]), "warning", "gcompreject is 1 x 1 for 2 components; the others count as unmarked", "10"),
+                 (marks([[0, 1]]), "note", "1 component hidden", "01"),
+                 (dict(icaweights=np.ones((2, 2))), "note", "singular", "00"), (dict(setname=""), "note", "no setname", "00"),
+                 (dict(event={"type": "x"}), "note", "not imported: events, 1 channel outside", "00"),
                  (flat, "note", "data is 3 x 10, the trials one behind the other", "00"),
                  (dict(data=holed), "warning", "data holds values that are not finite, at 1 sample", "00"),
                  (dict(icaact=stored.astype(np.float32)), "note", "difference from the stored activations: ", "00"),
@@ -149,7 +158,8 @@ class Oddities(Case):
                 self.assertRegex(done.stderr, r"\Awarning: [^\n]*" + pattern + r"[^\n]*\n\Z" if kind == "warning" else r"\A\Z")
                 self.assertRegex(done.stdout, "out.icpkg" if kind == "warning" else pattern)
                 self.assertIn(f"{hidden.count('1')} component{'s' * (hidden.count('1') != 1)} hidden", done.stdout)
-                dump = json.loads(subprocess.check_output([ICAWAVE, "dump", self.folder / "out.icpkg"]))["object"]
+                dump = self.dump("out.icpkg")
+                self.assertEqual(dump["m_icaDataArray[0].m_icaParam.m_Wsecond.rows"], 0 if pattern == "singular" else 2)
                 shown = [dump[f"m_icaDataArray[1].m_chnlIcaData[{k}].m_show"] for k in range(2)]
                 self.assertEqual(shown, [1 - int(mark) for mark in hidden])
                 self.assertEqual(self.imported("in.set", "--strict")[0].returncode, 2 * (kind == "warning"))
@@ -267,11 +277,6 @@ class Damage(Case):
                 words = list(hdf5_stated(self.folder / "in.set"))
                 self.sweep(self.folder / "in.set", 97, words[:40] + words[40::64 if SANITIZED else 4])
 
-def hdf5_able(value):
-    if isinstance(value, dict):
-        return {name: hdf5_able(inner) for name, inner in value.items()}
-    return value if isinstance(value, str) or np.asarray(value).dtype.kind in "fiub" else np.zeros((0, 0))
-
 
 class Recordings(Case):
     def test_a_recording_without_a_decomposition_is_refused_at_once(self):
@@ -281,16 +286,23 @@ class Recordings(Case):
         self.assertLess(time.monotonic() - begin, 1)
         self.assertIn("holds no decomposition", done.stderr)
 
-    def test_the_real_recording_as_hdf5(self):
+    def test_the_values_are_those_of_the_formula(self):
         shutil.copyfile(REAL.with_suffix(".fdt"), self.folder / REAL.with_suffix(".fdt").name)
         shutil.copyfile(REAL, self.folder / "in.set")
-        _, expected = self.imported()
-        eeg = scipy.io.loadmat(REAL, simplify_cells=True)["EEG"]
-        eeg = {name: value for name, value in eeg.items() if name not in ("epoch", "event", "urevent", "chanlocs")}
-        for as_matlab in (True, False):
-            write_hdf5(self.folder / "in.set", {"EEG": hdf5_able(eeg)}, as_matlab)
-            done, found = self.imported()
-            self.assertEqual((done.stderr, found == expected), ("", True))
+        self.assertIn("80 data sets of 32 components x 384 samples from 32 sensors at 128 Hz", self.imported()[0].stdout)
+        rows = self.icawave("list", "out.icpkg").splitlines()
+        self.assertEqual(len(rows), 81)
+        self.assertRegex(rows[80], r"^79 +EEG Data epochs trial 80 +384 +32 +0 +0 +0 +383 +Back +shown$")
+        eeg = scipy.io.loadmat(REAL)["EEG"][0, 0]
+        data = np.fromfile(REAL.with_suffix(".fdt"), "<f4").astype(float).reshape((32, 384, 80), order="F")
+        for trial in (0, 1, 40, 79):
+            expected = eeg["icaweights"] @ eeg["icasphere"] @ data[eeg["icachansind"].ravel() - 1, :, trial]
+            self.icawave("export", "out.icpkg", "-d", str(trial), "-o", "v.npy", "--force")
+            values = np.load(self.folder / "v.npy")
+            self.assertLess(np.linalg.norm(values - expected), 1e-12 * np.linalg.norm(expected))
+        mixing = self.dump("out.icpkg")["m_icaDataArray[79].m_icaParam.m_extraMatrixB.data"]
+        bits = np.array([[int(value, 16) for value in row] for row in mixing], np.uint64)
+        np.testing.assert_array_equal(bits.view(float), eeg["icawinv"])
 
     def test_every_damage_of_the_real_recording(self):
         data = REAL.read_bytes()
