@@ -321,6 +321,33 @@ TEST_F(PackageFiles, AFileWithoutIndexOpensAndGetsOne) {
     EXPECT_NE(errorOf([&] { open(); }).find("not a package file"), std::string::npos);
 }
 
+// tests/written has a file as the version of that date wrote it.
+TEST_F(PackageFiles, TheOlderLayoutOfAnIndexIsRead) {
+    const Bytes old = test::contents(fs::path(ICAWAVE_GOLDEN) / "../written/package_20261122.icpkg");
+    const Bytes record = test::contents(fs::path(ICAWAVE_GOLDEN) / "package_several.bin");
+    write(file, old);
+    PackageFile opened = open();
+    EXPECT_TRUE(opened.hasIndex() && opened.check().empty());
+    CFaceIcazq expected;
+    test::load(expected, record);
+    EXPECT_EQ(loadedFrom(opened), stored(expected));
+    for (std::size_t at = 0; at < old.size(); at += 13) {
+        Bytes changed = old;
+        changed[at] ^= std::byte{1};
+        write(file, changed);
+        ASSERT_FALSE(open().check().empty()) << at;
+    }
+    Bytes shifted = old;
+    shifted.insert(shifted.begin(), std::byte{});
+    write(file, shifted);
+    for (const DataSetFinding& found : open().inspect().dataSets) EXPECT_EQ(found.state, DataSetState::whole);
+    write(file, old);
+    opened.addIndex(true);
+    EXPECT_TRUE(open().check().empty());
+    EXPECT_EQ(part(test::contents(file), 0, std::ssize(record)), record);
+    EXPECT_GT(fs::file_size(file), old.size()) << "in the present layout";
+}
+
 // The system refuses the n-th operation, for every n.
 TEST_F(PackageFiles, ASaveThatFailsLeavesTheOldFileAndNothingElse) {
     save();

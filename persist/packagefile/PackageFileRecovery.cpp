@@ -9,6 +9,7 @@
 #include "persist/packagefile/PackageFileRecovery.h"
 
 #include "persist/archive/Exchange.h"
+#include "persist/packagefile/Search.h"
 
 #include <cstring>
 
@@ -47,12 +48,10 @@ private:
 
     bool loadHead(std::int64_t& position, std::int32_t& slots);
     bool loadOwnFields(std::int64_t from);
-    std::vector<std::int64_t> places() const;
     void take(std::span<const std::int64_t> places);
     bool isCredible(const PackageEntry& entry, std::span<const std::int64_t> inside);
     void dropSwallowing(std::span<const std::int64_t> places);
     std::int64_t limitFrom(std::int64_t begin) const;
-
     Loaded load(std::int64_t begin, std::int64_t end) const;
     std::int64_t numberOf(const PackageEntry& entry) const;
     void add(PackageEntry entry);
@@ -61,7 +60,6 @@ private:
                   const std::string& record = PackageRecord::keyword) {
         m_faults.push_back({offset, record, text});
     }
-
     void dropChanged();
     void compareWithIndex();
     bool isShifted() const;
@@ -166,7 +164,7 @@ bool RecoveryScan::loadOwnFields(std::int64_t from) {
 
 // Behind what was followed.
 void RecoveryScan::searchRecords() {
-    const std::vector<std::int64_t> all = places();
+    const std::vector<std::int64_t> all = placesOfDataSets(m_file, m_tail.chunks);
     const bool isDataSetFile = !all.empty() && all.front() == 0;
     if (!m_hasHead && !m_tail.head && (all.empty() || isDataSetFile))
         throw FileError(m_file.path(), "not a package file");
@@ -203,31 +201,6 @@ void RecoveryScan::dropSwallowing(std::span<const std::int64_t> places) {
         m_failedAt = -1;
         m_faults.clear();
         return;
-    }
-}
-
-// Where data sets seem to begin, outside of sound chunks.
-std::vector<std::int64_t> RecoveryScan::places() const {
-    const std::string keyword(DataSetRecord::keyword);
-    const std::string wide = encodedText(DataSetRecord::keyword);
-    const std::string narrow = static_cast<char>(keyword.size()) + keyword;
-    std::vector<std::int64_t> found;
-    Search searchWide(m_file, wide), searchNarrow(m_file, narrow);
-    auto chunk = m_tail.chunks.begin();
-    for (std::int64_t at = 0;;) {
-        const std::int64_t nextWide = searchWide.next(at), nextNarrow = searchNarrow.next(at);
-        at = std::min(nextWide, nextNarrow);
-        if (at >= m_file.size()) return found;
-        while (chunk != m_tail.chunks.end() && chunk->end <= at) ++chunk;
-        if (chunk != m_tail.chunks.end() && chunk->begin <= at) {
-            at = chunk->end;
-            continue;
-        }
-        std::int32_t version = 0;
-        const std::int64_t versionAt = at + std::ssize(at == nextWide ? wide : narrow);
-        m_file.readAt(versionAt, &version, sizeof version);
-        if (std::ranges::count(DataSetRecord::versions, version) > 0) found.push_back(at);
-        ++at;
     }
 }
 
@@ -315,23 +288,21 @@ std::optional<std::int32_t> RecoveryScan::flagAt(std::int64_t offset) {
 void RecoveryScan::dropChanged() {
     std::map<std::int64_t, std::int32_t> unmatched; // by offset
     for (const auto& [key, number] : m_unmatched) unmatched.emplace(m_tail.entries.at(number).offset, number);
-    const auto shiftOf = [&](auto from, auto to) {
-        const auto known = std::find_if(from, to, [](const Found& found) { return found.number >= 0; });
-        return known == to
-                   ? 0
-                   : known->entry.offset - m_tail.entries.at(static_cast<std::int32_t>(known->number)).offset;
+    const auto shiftOf = [&](const Found& found) {
+        return found.entry.offset - m_tail.entries.at(static_cast<std::int32_t>(found.number)).offset;
     };
+    const auto isKnown = [](const Found& found) { return found.number >= 0; };
     std::int64_t before = 0;
     for (auto found = m_found.begin(); found != m_found.end();) {
-        if (found->number >= 0) {
-            before = shiftOf(found, found + 1);
-            ++found;
-        } else if (unmatched.contains(found->entry.offset - before) ||
-                   unmatched.contains(found->entry.offset - shiftOf(found, m_found.end()))) {
-            found = m_found.erase(found);
-        } else {
-            ++found;
+        if (isKnown(*found)) {
+            before = shiftOf(*found++);
+            continue;
         }
+        const auto next = std::find_if(found, m_found.end(), isKnown);
+        const std::int64_t behind = next == m_found.end() ? before : shiftOf(*next);
+        const bool isChanged = unmatched.contains(found->entry.offset - before) ||
+                               unmatched.contains(found->entry.offset - behind);
+        found = isChanged ? m_found.erase(found) : found + 1;
     }
 }
 
@@ -453,7 +424,6 @@ VerifiedPackage RecoveryScan::report() {
         verified.numbers.push_back(found.number);
         index.entries.push_back(std::move(found.entry));
     }
-    m_found.clear();
     for (const auto& [key, number] : m_unmatched)
         findings.push_back({number, m_tail.entries.at(number).name, DataSetState::lost});
     std::ranges::sort(findings, {}, &DataSetFinding::number);

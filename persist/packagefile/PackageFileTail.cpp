@@ -1,257 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// docs/FORMAT.md, "Behind the record of a package file", has the bytes.
+// Reads what stands behind the record of a package file, whatever its state.
 #include "persist/packagefile/PackageFileTail.h"
 
-#include "persist/archive/Exchange.h"
+#include "persist/packagefile/Chunks.h"
 #include "persist/packagefile/Crc32c.h"
+#include "persist/packagefile/Search.h"
 
 #include <cstring>
 
 namespace icawave {
 
 namespace {
-
-constexpr std::string_view mark = "ICAW\x1A\r\n";
-constexpr std::int32_t headVersion = 20261124;
-constexpr std::int64_t apart = 4096; // bytes between the two indexes
-
-enum class Kind : std::uint8_t { head = 'H', entry = 'E', section = 'S', padding = 'P', end = 'Z' };
-
-// What a chunk begins with.
-struct ChunkHead {
-    static constexpr std::int64_t bytes = 24;
-    static constexpr std::size_t guardAt = 20;
-
-    bool operator==(const ChunkHead&) const = default;
-
-    Kind kind{};
-    std::int64_t length = 0; // of what follows
-    std::uint32_t checksum = 0;
-};
-
-using HeadBytes = std::array<std::byte, ChunkHead::bytes>;
-
-constexpr std::int64_t endChunkBytes = ChunkHead::bytes + 16;
-
-HeadBytes encoded(const ChunkHead& head) {
-    HeadBytes bytes;
-    std::memcpy(&bytes[0], mark.data(), mark.size());
-    std::memcpy(&bytes[7], &head.kind, 1);
-    std::memcpy(&bytes[8], &head.length, 8);
-    std::memcpy(&bytes[16], &head.checksum, 4);
-    const std::uint32_t guard = crc32c(0, bytes.data(), ChunkHead::guardAt);
-    std::memcpy(&bytes[ChunkHead::guardAt], &guard, 4);
-    return bytes;
-}
-
-std::optional<ChunkHead> decoded(const std::byte* bytes) {
-    ChunkHead head;
-    std::uint32_t guard;
-    std::memcpy(&head.kind, bytes + 7, 1);
-    std::memcpy(&head.length, bytes + 8, 8);
-    std::memcpy(&head.checksum, bytes + 16, 4);
-    std::memcpy(&guard, bytes + ChunkHead::guardAt, 4);
-    if (std::memcmp(bytes, mark.data(), mark.size()) != 0 || head.length < 0 ||
-        guard != crc32c(0, bytes, ChunkHead::guardAt))
-        return std::nullopt;
-    return head;
-}
-
-// A chunk's bytes behind its head, from or into fields.
-template <class Exchange>
-std::vector<std::byte> encode(Exchange&& exchangeFields) {
-    CMemFile file;
-    CArchive archive(&file, CArchive::store);
-    exchangeFields(archive);
-    archive.Close();
-    return {file.bytes().begin(), file.bytes().end()};
-}
-
-// False unless the fields take all bytes.
-template <class Exchange>
-bool decode(std::span<const std::byte> bytes, Exchange&& exchangeFields) {
-    CMemFile file(bytes.data(), bytes.size());
-    CArchive archive(&file, CArchive::load,
-                     static_cast<std::int32_t>(std::min<std::size_t>(bytes.size(), 4096)));
-    try {
-        exchangeFields(archive);
-        return archive.offset() == std::ssize(bytes);
-    } catch (const CArchiveException&) {
-        return false;
-    } catch (const COleException&) {
-        return false;
-    }
-}
-
-void exchangeEntry(CArchive& archive, std::int32_t& number, PackageEntry& e) {
-    exchange(archive, number, e.offset, e.length, e.checksum, e.name, e.samples, e.channels,
-             e.selectedChannel, e.dataSetClass, e.selectBegin, e.selectEnd, e.shown);
-}
-
-// `version` is that which was loaded.
-void exchangeIndexHead(CArchive& archive, std::int32_t& version, std::int32_t& count, PackageIndex& index) {
-    exchange(archive, version, index.recordLength, index.rest, count);
-    std::apply([&](auto&... fields) { exchange(archive, fields...); }, ownFields(index.info));
-    auto sections = static_cast<std::int32_t>(index.sections.size());
-    exchange(archive, sections);
-    for (std::int32_t k = 0; k < sections; ++k) {
-        if (archive.IsLoading()) index.sections.emplace_back(); // one by one: the bytes may end before
-        PackageSection& section = index.sections[static_cast<std::size_t>(k)];
-        exchange(archive, section.name, section.offset, section.length, section.checksum);
-    }
-}
-
-bool decodeHead(std::span<const std::byte> bytes, std::int32_t& count, PackageIndex& index) {
-    std::int32_t version = 0;
-    return decode(bytes, [&](CArchive& archive) { exchangeIndexHead(archive, version, count, index); }) &&
-           version == headVersion && count >= 0;
-}
-
-std::vector<std::byte> sectionName(const CString& name) {
-    return encode([&](CArchive& archive) { archive << name; });
-}
-
-// Gathers chunks.
-class ChunkWriter {
-public:
-    void add(Kind kind, std::span<const std::byte> bytes) {
-        add(kind, std::ssize(bytes), crc32c(0, bytes.data(), bytes.size()));
-        m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
-    }
-    // The head alone.
-    void add(Kind kind, std::int64_t length, std::uint32_t checksum) {
-        const HeadBytes head = encoded({kind, length, checksum});
-        m_bytes.insert(m_bytes.end(), head.begin(), head.end());
-    }
-    const std::vector<std::byte>& bytes() const { return m_bytes; }
-
-private:
-    std::vector<std::byte> m_bytes;
-};
-
-ChunkWriter encodeIndex(PackageIndex& index) {
-    ChunkWriter chunks;
-    auto count = static_cast<std::int32_t>(index.entries.size());
-    std::int32_t version = headVersion;
-    chunks.add(Kind::head,
-               encode([&](CArchive& archive) { exchangeIndexHead(archive, version, count, index); }));
-    for (std::int32_t k = 0; k < count; ++k) {
-        PackageEntry& entry = index.entries[static_cast<std::size_t>(k)];
-        chunks.add(Kind::entry, encode([&](CArchive& archive) { exchangeEntry(archive, k, entry); }));
-    }
-    return chunks;
-}
-
-void write(CFile& file, std::span<const std::byte> bytes) {
-    file.Write(bytes.data(), std::ssize(bytes));
-}
-
-// The slots that the places of records leave room for, each record behind its slot's flag; -1 where records do
-// not follow one another inside the package record.
-std::int64_t slotsUpToLast(const PackageIndex& index, std::int64_t first) {
-    std::int64_t slots = 0;
-    for (const PackageEntry& entry : index.entries) {
-        const std::int64_t flags = entry.offset - first; // of empty slots, and of this one
-        if (flags < slotFlagBytes || entry.length < 1 || entry.offset > index.recordLength ||
-            entry.length > index.recordLength - entry.offset)
-            return -1;
-        slots += flags / slotFlagBytes;
-        first = entry.offset + entry.length;
-    }
-    return slots;
-}
-
-// Whether the record's own fields, where the index leaves room for them, are those of the index.
-bool hasFieldsOf(const InputFile& file, const PackageIndex& index) {
-    CString keyword;
-    PackageInfo info;
-    std::int32_t version = 0, slots = 0;
-    try {
-        FilePart head(file, 0, index.recordLength);
-        CArchive headArchive(&head, CArchive::load, 64);
-        exchange(headArchive, keyword, version);
-        exchangeHead(headArchive, ownFields(info), slots);
-        const std::int64_t counted = std::max(slots, 0); // a negative count holds nothing
-        const std::int64_t behind = counted - slotsUpToLast(index, headArchive.offset());
-        if (behind < 0) return false;
-        const std::int64_t last = index.entries.empty()
-                                      ? headArchive.offset()
-                                      : index.entries.back().offset + index.entries.back().length;
-        const std::int64_t at = last + behind * slotFlagBytes;
-        FilePart tail(file, at, index.recordLength);
-        CArchive tailArchive(&tail, CArchive::load);
-        exchangeTail(tailArchive, ownFields(info));
-        return keyword == PackageRecord::keyword && version == PackageRecord::version20161108 &&
-               at + tailArchive.offset() == index.recordLength && ownFields(info) == ownFields(index.info);
-    } catch (const CArchiveException&) {
-        return false;
-    } catch (const COleException&) {
-        return false;
-    }
-}
-
-// An index that contradicts a record which is as it was stored lies. Where the record is damaged the index
-// knows better.
-bool isCredible(const InputFile& file, const PackageIndex& index) {
-    return index.recordLength <= file.size() && slotsUpToLast(index, 0) >= 0 &&
-           (hasFieldsOf(file, index) ||
-            checksumOfRest(file, index.entries, index.recordLength) != index.rest);
-}
-
-// Where the tail and its second index begin, by the chunk that the file ends with.
-struct TailPlace {
-    std::int64_t begin = 0;
-    std::int64_t index = 0;
-    std::int64_t end = 0; // where the last chunk begins
-};
-
-std::optional<TailPlace> placeOfTail(const InputFile& file) {
-    std::array<std::byte, endChunkBytes> bytes;
-    const std::int64_t at = file.size() - endChunkBytes;
-    if (at < 0 || file.readAt(at, bytes.data(), endChunkBytes) < endChunkBytes) return std::nullopt;
-    const std::optional<ChunkHead> head = decoded(bytes.data());
-    constexpr std::int64_t length = endChunkBytes - ChunkHead::bytes;
-    if (!head || head->kind != Kind::end || head->length != length ||
-        head->checksum != crc32c(0, &bytes[ChunkHead::bytes], length))
-        return std::nullopt;
-    std::int64_t tail, index;
-    std::memcpy(&tail, &bytes[ChunkHead::bytes], 8);
-    std::memcpy(&index, &bytes[ChunkHead::bytes + 8], 8);
-    if (index < 0 || index > tail || tail > at) return std::nullopt;
-    return TailPlace{at - tail, at - index, at};
-}
-
-// The second index.
-std::optional<PackageIndex> loadLastIndex(const InputFile& file) {
-    const std::optional<TailPlace> place = placeOfTail(file);
-    if (!place) return std::nullopt;
-    std::vector<std::byte> bytes(static_cast<std::size_t>(place->end - place->index));
-    if (file.readAt(place->index, bytes.data(), std::ssize(bytes)) < std::ssize(bytes)) return std::nullopt;
-    PackageIndex index;
-    std::int32_t count = 0;
-    std::span<const std::byte> left = bytes;
-    for (std::int32_t k = -1; k < count; ++k) { // the head, then the entries
-        const std::optional<ChunkHead> head =
-            std::ssize(left) < ChunkHead::bytes ? std::nullopt : decoded(left.data());
-        if (!head || head->length > std::ssize(left) - ChunkHead::bytes ||
-            head->kind != (k < 0 ? Kind::head : Kind::entry))
-            return std::nullopt;
-        const auto length = static_cast<std::size_t>(head->length);
-        const std::span<const std::byte> fields = left.subspan(ChunkHead::bytes, length);
-        left = left.subspan(ChunkHead::bytes + length);
-        if (crc32c(0, fields.data(), length) != head->checksum) return std::nullopt;
-        if (k < 0) {
-            if (!decodeHead(fields, count, index)) return std::nullopt;
-            continue;
-        }
-        std::int32_t number = -1;
-        PackageEntry& entry = index.entries.emplace_back();
-        if (!decode(fields, [&](CArchive& archive) { exchangeEntry(archive, number, entry); }) || number != k)
-            return std::nullopt;
-    }
-    if (!left.empty() || index.recordLength != place->begin) return std::nullopt;
-    return index;
-}
 
 // Takes one chunk after another from a file.
 class TailReader {
@@ -365,52 +124,6 @@ bool TailReader::isRow(const TailPlace& place) const {
 
 } // namespace
 
-void storeTail(ChecksumFile& file, PackageIndex& index, const PackageSections& sections) {
-    index.recordLength = file.GetPosition();
-    index.sections.clear();
-    for (const auto& [name, bytes] : sections) {
-        const std::vector<std::byte> text = sectionName(name);
-        const std::uint32_t checksum =
-            crc32c(crc32c(0, text.data(), text.size()), bytes.data(), bytes.size());
-        index.sections.push_back({CString(name), 0, std::ssize(text) + std::ssize(bytes), checksum});
-    }
-    std::int64_t place = index.recordLength + std::ssize(encodeIndex(index).bytes());
-    std::int64_t between = 0;
-    for (PackageSection& section : index.sections) {
-        section.offset = place + between;
-        between += ChunkHead::bytes + section.length;
-    }
-    const ChunkWriter indexChunks = encodeIndex(index);
-    write(file, indexChunks.bytes());
-    auto stored = index.sections.begin();
-    for (const auto& [name, bytes] : sections) {
-        ChunkWriter head;
-        head.add(Kind::section, stored->length, stored->checksum);
-        write(file, head.bytes());
-        write(file, sectionName(name));
-        write(file, bytes);
-        ++stored;
-    }
-    ChunkWriter rest;
-    if (between < apart) {
-        const std::int64_t zeros = std::max<std::int64_t>(apart - between - ChunkHead::bytes, 0);
-        rest.add(Kind::padding, std::vector<std::byte>(static_cast<std::size_t>(zeros)));
-        between += std::ssize(rest.bytes());
-    }
-    write(file, rest.bytes());
-    write(file, indexChunks.bytes());
-    std::int64_t indexBytes = std::ssize(indexChunks.bytes()), tailBytes = 2 * indexBytes + between;
-    ChunkWriter end;
-    end.add(Kind::end, encode([&](CArchive& archive) { exchange(archive, tailBytes, indexBytes); }));
-    write(file, end.bytes());
-}
-
-std::optional<PackageIndex> loadIndex(const InputFile& file) {
-    std::optional<PackageIndex> index = loadLastIndex(file);
-    if (!index) index = loadOldIndex(file);
-    return index && isCredible(file, *index) ? std::move(index) : std::nullopt;
-}
-
 Tail readTail(const InputFile& file) {
     if (std::optional<PackageIndex> old = loadOldIndex(file)) {
         Tail tail;
@@ -423,10 +136,6 @@ Tail readTail(const InputFile& file) {
         return tail;
     }
     return TailReader(file).read();
-}
-
-bool endsWithTail(const InputFile& file) {
-    return placeOfTail(file) || loadOldIndex(file);
 }
 
 bool beginsLikeTail(const InputFile& file, std::int64_t offset) {
@@ -459,24 +168,6 @@ std::optional<std::vector<std::byte>> readSection(const InputFile& file, const P
         return std::nullopt;
     bytes.erase(bytes.begin(), bytes.begin() + std::ssize(name));
     return bytes;
-}
-
-std::int64_t Search::next(std::int64_t from) {
-    if (m_found >= from) return m_found;
-    const std::int64_t length = std::ssize(m_pattern);
-    for (;;) {
-        if (from < m_begin || from + length > m_begin + std::ssize(m_piece)) {
-            m_piece.resize(
-                static_cast<std::size_t>(std::clamp(m_file.size() - from, std::int64_t{0}, pieceBytes)));
-            m_piece.resize(
-                static_cast<std::size_t>(m_file.readAt(from, m_piece.data(), std::ssize(m_piece))));
-            m_begin = from;
-            if (std::ssize(m_piece) < length) return m_found = m_file.size();
-        }
-        const std::size_t at = m_piece.find(m_pattern, static_cast<std::size_t>(from - m_begin));
-        if (at != m_piece.npos) return m_found = m_begin + static_cast<std::int64_t>(at);
-        from = m_begin + std::ssize(m_piece) - length + 1;
-    }
 }
 
 } // namespace icawave

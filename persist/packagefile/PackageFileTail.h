@@ -5,7 +5,6 @@
 #include "persist/packagefile/PackageFileParts.h"
 
 #include <map>
-#include <string_view>
 
 namespace icawave {
 
@@ -57,21 +56,5 @@ std::optional<std::vector<std::byte>> readSection(const InputFile& file, const P
 // The checksum of the package record's bytes outside of its data sets, which ascend inside it.
 std::uint32_t checksumOfRest(const InputFile& file, const std::vector<PackageEntry>& entries,
                              std::int64_t recordLength);
-
-// Finds bytes in a file. The places that are asked for should ascend.
-class Search {
-public:
-    Search(const InputFile& file, std::string pattern) : m_file(file), m_pattern(std::move(pattern)) {}
-
-    // Where the bytes begin, at `from` or behind it; the end of the file when nowhere.
-    std::int64_t next(std::int64_t from);
-
-private:
-    const InputFile& m_file;
-    std::string m_pattern;
-    std::string m_piece; // what was read last
-    std::int64_t m_begin = 0;
-    std::int64_t m_found = -1;
-};
 
 } // namespace icawave
