@@ -366,6 +366,11 @@ TEST_F(PackageDamage, SectionsStay) {
     EXPECT_TRUE(keeps(file));
     PackageFile::save(file, package);
     EXPECT_TRUE(keeps(file));
+    Bytes cut = bytes;
+    cut.pop_back();
+    write(cut);
+    PackageFile::save(file, package);
+    EXPECT_TRUE(keeps(file)) << "also those of a file whose end is damaged";
     PackageFile(file).salvage(saved);
     EXPECT_TRUE(keeps(saved));
     PackageFile other(saved);

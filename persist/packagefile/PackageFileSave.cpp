@@ -37,11 +37,10 @@ PackageSections wholeSections(const InputFile& file, const std::vector<PackageSe
     return whole;
 }
 
-// Of a package file that stands at a path, if there is one that is whole at its end.
+// Of a package file that stands at a path, if there is one; those that are whole.
 PackageSections sectionsAt(const std::filesystem::path& path) {
     try {
         const InputFile file(path, openForReading(path), {});
-        if (!endsWithTail(file)) return {};
         const Tail tail = readTail(file);
         return tail.head ? wholeSections(file, tail.head->sections) : PackageSections();
     } catch (const FileError&) {
