@@ -53,7 +53,6 @@ bool isLoss(const ArchiveFault& fault) {
 
 // A package that stands at the target is not replaced by one that has less.
 void requireNotFewer(const Output& target, const PackageReport& report) {
-    if (!target.isThere()) return;
     try {
         const std::int64_t there = std::ssize(PackageFile(target.path()).dataSets());
         const std::int64_t left = std::ranges::count_if(
@@ -69,7 +68,7 @@ void salvage(const Options& options) {
     const Output target = options.target.output(options.files);
     const Input input(options.file(), 3);
     if (!input.isPackage()) throw Failure(options.file(), "is a data set file, not a package");
-    if (!options.fewer) requireNotFewer(target, input.package().inspect());
+    if (!options.fewer && target.isThere()) requireNotFewer(target, input.package().inspect());
     const PackageReport report = input.package().salvage(target.path(), target.expected());
     print(report);
     cli::report(target, std::ssize(PackageFile(target.path()).dataSets()));
